@@ -7,10 +7,11 @@
 #include <QMetaType>
 #include <QString>
 #include <QVariant>
+#include <QWidget>
 #include <QtPlugin>
 
 class QAction;
-class QWidget;
+
 
 // One GUI element contributed by a module. The module owns the action and the
 // widget; the host only places the action in its menus.

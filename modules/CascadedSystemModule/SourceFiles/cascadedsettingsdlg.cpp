@@ -1,0 +1,838 @@
+#include "cascadedsettingsdlg.h"
+
+#include <QBrush>
+#include <QCursor>
+#include <QHeaderView>
+#include <QMessageBox>
+#include <QRegExp>
+#include <QRegExpValidator>
+#include <QTableWidgetItem>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "BackendVersions.h"
+#include "IOManager.h"
+#include "cascadecommands.h"
+#include "endlessprogressdlg.h"
+#include "vx_udptcp.h"
+
+using namespace CascadeCommands;
+
+namespace {
+
+// Host message fields of every error report.
+const char ErrorReceiver[] = "standard";
+const char ErrorSender[] = "VESTRAL";
+const int ErrorType = 1;
+
+// The probe of a controller named by hand: one request, one reply.
+const unsigned int ProbeSendTimeoutUs = 100000;
+const unsigned int ProbeReceiveTimeoutUs = 500000;
+const int ProbeBufferSize = 300;
+const unsigned short ProbeSocketOptions = VX_OPT_BROADCAST | VX_OPT_ANYPORT;
+
+const int RowHeightAvailable = 20;
+const int RowHeightSelected = 28;
+const int NameColumnWidth = 140;
+const int ColName = 0;
+const int ColIp = 1;
+const int ColAvailable = 2;
+
+// Sends request (with its zero byte) to port ProbePort of ip and receives one
+// reply into reply (ProbeBufferSize bytes, cleared first). Returns the
+// receive result, or VX_ERROR when the send failed.
+int probeExchange(vx_ip_socket_type sock, unsigned int ip, const char *request, char *reply)
+{
+    std::memset(reply, 0, ProbeBufferSize);
+    const int len = int(std::strlen(request)) + 1;
+    if (vx_udp_send(sock, request, len, ip, ProbePort, ProbeSendTimeoutUs) != VX_OK)
+        return VX_ERROR;
+    return vx_udp_receive_from(sock, reply, ProbeBufferSize, nullptr, nullptr, ProbeReceiveTimeoutUs, 0);
+}
+
+// A reply that holds exactly word followed by its zero byte.
+bool replyIsExactly(const char *reply, int received, const char *word)
+{
+    const int len = int(std::strlen(word)) + 1;
+    return received >= len && std::memcmp(reply, word, size_t(len)) == 0;
+}
+
+// A reply that begins with prefix (which holds no zero byte).
+bool replyStartsWith(const char *reply, const char *prefix)
+{
+    return std::strncmp(reply, prefix, std::strlen(prefix)) == 0;
+}
+
+// The version reply qualifies from 2.6 on; all three numbers must be there.
+bool versionQualifies(const char *reply)
+{
+    unsigned int major = 0, minor = 0, patch = 0;
+    if (std::sscanf(reply + ProbeVersionOffset, "v%u.%u.%u", &major, &minor, &patch) != 3)
+        return false;
+    return major > 2 || (major == 2 && minor >= 6);
+}
+
+void setRowForeground(QTableWidget *table, int row, Qt::GlobalColor color)
+{
+    for (int c = 0; c < table->columnCount(); ++c) {
+        if (QTableWidgetItem *item = table->item(row, c))
+            item->setForeground(QBrush(color));
+    }
+}
+
+QString cellText(const QTableWidget *table, int row, int column)
+{
+    const QTableWidgetItem *item = table->item(row, column);
+    return item ? item->text() : QString();
+}
+
+void setupTable(QTableWidget *table)
+{
+    table->setColumnCount(3);
+    table->setRowCount(0);
+    table->setHorizontalHeaderLabels(QStringList() << QStringLiteral("Name") << QStringLiteral("IP")
+                                                   << QStringLiteral("Available"));
+    table->verticalHeader()->hide();
+    QHeaderView *header = table->horizontalHeader();
+    header->setSectionHidden(ColAvailable, true);
+    header->setSectionsClickable(false);
+    header->setStretchLastSection(true);
+    table->setSelectionMode(QAbstractItemView::SingleSelection);
+    table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    table->setColumnWidth(ColName, NameColumnWidth);
+}
+
+void fillRow(QTableWidget *table, int row, const SlaveInfo *slave, int height)
+{
+    table->setItem(row, ColName, new QTableWidgetItem(slave->hostname()));
+    table->setItem(row, ColIp, new QTableWidgetItem(slave->ip()));
+    table->setItem(row, ColAvailable, new QTableWidgetItem(slave->availableStr()));
+    table->setRowHeight(row, height);
+}
+
+void deleteAll(QList<SlaveInfo *> &list)
+{
+    while (!list.isEmpty())
+        delete list.takeFirst();
+    list.clear();
+}
+
+// Makes sure a text answer is terminated inside its buffer whatever the host
+// wrote, so that it is never read past its end.
+void terminate(char *answer) { answer[AnswerSize - 1] = '\0'; }
+
+} // namespace
+
+// ---- SlaveInfo --------------------------------------------------------------
+
+SlaveInfo::SlaveInfo(QString sHost, QString sIP, QString sAvailable)
+    : sHostname(sHost), sIp(sIP), bAvailable(sAvailable != QLatin1String(No))
+{
+}
+
+QString SlaveInfo::availableStr() const
+{
+    return bAvailable ? QString::fromLatin1(Yes) : QString::fromLatin1(No);
+}
+
+bool SlaveInfo::sortAscendingByHostname(SlaveInfo *s1, SlaveInfo *s2)
+{
+    return QString::compare(s1->sHostname, s2->sHostname, Qt::CaseInsensitive) < 0;
+}
+
+// ---- Construction -------------------------------------------------------------
+
+CascadedSettingsDlg::CascadedSettingsDlg(IOManager *iom, QWidget *parent, BackendVersions *beVers)
+    : QDialog(parent), iom(nullptr), beVers(nullptr), m_parent(nullptr), bSomethingChanged(false),
+      bUserAction(false), m_scan_LAN(false), m_old_scan_LAN(false), m_is_config_locked(false),
+      m_iLastSelection_tableWidget_available(0)
+{
+    ui.setupUi(this);
+
+    m_parent = parent;
+    this->beVers = beVers;
+    this->iom = iom;
+    m_iLastSelection_tableWidget_available = 0;
+
+    m_icon_lock.addFile(QStringLiteral(":/lock.png"));
+
+    connect(&timerUpdateAvailableSlaves, &QTimer::timeout, this,
+            &CascadedSettingsDlg::update_listAvailableSlaves);
+    connect(&timerConntectedSlavesAvailable, &QTimer::timeout, this,
+            &CascadedSettingsDlg::updateConnectedSlaveAvailability);
+
+    bSomethingChanged = false;
+    bUserAction = false;
+    m_scan_LAN = false;
+    m_old_scan_LAN = false;
+    m_is_config_locked = false;
+
+    setup_tableWidget_available();
+    setup_tableWidget_selected();
+
+    list_availableSlaves.clear();
+    list_primarySelectedSlaves.clear();
+
+    // Only ASCII letters, digits, '-' and '.' can be typed into the add field.
+    ui.lineEdit_addSlave->setValidator(new QRegExpValidator(
+        QRegExp(QStringLiteral("([A-Z]|[a-z]|-|[.]|[0-9])*"), Qt::CaseSensitive, QRegExp::RegExp), this));
+}
+
+CascadedSettingsDlg::~CascadedSettingsDlg()
+{
+    deleteAll(list_availableSlaves);
+    deleteAll(list_primarySelectedSlaves);
+}
+
+void CascadedSettingsDlg::reportError(const QString &text)
+{
+    if (iom)
+        iom->send_message(ErrorReceiver, ErrorSender, ErrorType, text.toLatin1().constData());
+}
+
+// ---- Opening sequence -----------------------------------------------------------
+
+int CascadedSettingsDlg::update_and_exec()
+{
+    m_is_config_locked = is_config_locked();
+
+    if (isCascadeAvailable()) {
+        enableDialog(true);
+        ui.label_error->hide();
+        bUserAction = false;
+        update_lan_scan();
+        on_pushButton_update_clicked();
+        setCursor(Qt::WaitCursor); // the next available-list refresh restores the arrow
+        if (!timerUpdateAvailableSlaves.isActive())
+            timerUpdateAvailableSlaves.start(100);
+        update_listPrimarySelectedSlaves();
+        update_checkBox_wol();
+        bSomethingChanged = false;
+        bUserAction = true;
+        timerConntectedSlavesAvailable.start(1000);
+        return exec();
+    }
+
+    enableDialog(false);
+    ui.label_error->setText(tr("<b><font color=red>Cascaded System is not available!</font></b>"));
+    ui.label_error->show();
+    return exec();
+}
+
+bool CascadedSettingsDlg::is_config_locked()
+{
+    if (!iom || !beVers || beVers->protocol() < VersionInfo(1, 9, 0))
+        return false;
+    char answer[AnswerSize] = {0};
+    if (iom->get_parameter(answer, ConfigIsChangeable) != 0)
+        return false;
+    terminate(answer);
+    return isNo(answer);
+}
+
+bool CascadedSettingsDlg::isCascadeAvailable()
+{
+    if (!iom || !beVers)
+        return false; // without the host's collaborators there is nothing to ask
+    const VersionInfo &prot = beVers->protocol();
+    if (prot < VersionInfo(1, 7, 0)) {
+        reportError(QStringLiteral("Error: Version of the Controller (pv v%1.%2) is too old ")
+                        .arg(prot.major())
+                        .arg(prot.minor()));
+        return false;
+    }
+    char answer[AnswerSize] = {0};
+    if (iom->get_parameter(answer, CascadeAvailable) != 0) {
+        reportError(QStringLiteral("Error: Unable to get availability of the Cascaded System"));
+        return false;
+    }
+    terminate(answer);
+    return isYes(answer);
+}
+
+void CascadedSettingsDlg::enableDialog(bool enable)
+{
+    const bool changeable = enable && !m_is_config_locked;
+
+    ui.checkBox_scanLan->setEnabled(enable);
+    ui.label_selected->setEnabled(enable);
+    ui.label_available->setEnabled(enable);
+    ui.tableWidget_selected->setEnabled(enable);
+    ui.tableWidget_available->setEnabled(enable);
+
+    ui.pushButton_select->setEnabled(changeable);
+    ui.pushButton_deselect->setEnabled(changeable);
+    ui.checkBox_wol->setEnabled(changeable);
+
+    ui.pushButton_update->setEnabled(enable);
+    ui.label_addSlave->setEnabled(enable);
+    ui.lineEdit_addSlave->setEnabled(enable);
+    ui.pushButton_addSlave->setEnabled(enable);
+
+    if (m_is_config_locked)
+        setWindowIcon(m_icon_lock);
+    else
+        setWindowIcon(m_parent ? m_parent->windowIcon() : QIcon());
+
+    ui.pushButton_ok->setEnabled(changeable);
+}
+
+void CascadedSettingsDlg::on_pushButton_cancel_clicked()
+{
+    if (timerUpdateAvailableSlaves.isActive())
+        timerUpdateAvailableSlaves.stop();
+    if (timerConntectedSlavesAvailable.isActive())
+        timerConntectedSlavesAvailable.stop();
+
+    if (m_old_scan_LAN != m_scan_LAN && iom) {
+        if (m_old_scan_LAN) {
+            if (iom->set_parameter(SetScanSlavesLanYes) != 0)
+                reportError(QStringLiteral("Error: Unable to enable scan LAN for the Cascaded System"));
+        } else {
+            if (iom->set_parameter(SetScanSlavesLanNo) != 0)
+                reportError(QStringLiteral("Error: Unable to disable scan LAN for the Cascaded System"));
+        }
+    }
+    done(QDialog::Rejected);
+}
+
+// Escape and the title bar's close button end here too.
+void CascadedSettingsDlg::reject()
+{
+    on_pushButton_cancel_clicked();
+}
+
+void CascadedSettingsDlg::on_pushButton_update_clicked()
+{
+    EndlessProgressDlg progress(m_parent, iom);
+    progress.update_and_exec();
+    timerUpdateAvailableSlaves.start(100);
+}
+
+// ---- Tables -----------------------------------------------------------------------
+
+void CascadedSettingsDlg::setup_tableWidget_available()
+{
+    setupTable(ui.tableWidget_available);
+}
+
+void CascadedSettingsDlg::setup_tableWidget_selected()
+{
+    setupTable(ui.tableWidget_selected);
+}
+
+void CascadedSettingsDlg::update_tableWidget_available()
+{
+    QTableWidget *table = ui.tableWidget_available;
+    table->clearContents();
+    table->setRowCount(list_availableSlaves.size());
+    for (int i = 0; i < list_availableSlaves.size(); ++i) {
+        const SlaveInfo *slave = list_availableSlaves.at(i);
+        fillRow(table, i, slave, RowHeightAvailable);
+        if (!slave->available())
+            setRowForeground(table, i, Qt::gray);
+    }
+}
+
+void CascadedSettingsDlg::update_tableWidget_selected()
+{
+    QTableWidget *table = ui.tableWidget_selected;
+    table->clearContents();
+    table->setRowCount(list_primarySelectedSlaves.size());
+    for (int i = 0; i < list_primarySelectedSlaves.size(); ++i)
+        fillRow(table, i, list_primarySelectedSlaves.at(i), RowHeightSelected);
+}
+
+// ---- Connected slaves ------------------------------------------------------------------
+
+void CascadedSettingsDlg::update_listPrimarySelectedSlaves()
+{
+    int count = 0;
+    if (iom->get_parameter_int(&count, NumberOfConnectedSlaves) != 0) {
+        reportError(QStringLiteral("Error: Unable to get the number of the connected slaves"));
+        count = 0;
+    }
+
+    deleteAll(list_primarySelectedSlaves);
+
+    for (int i = 1; i <= count; ++i) {
+        char ip[AnswerSize] = {0};
+        if (iom->get_parameter(ip, ConnectedSlave, i) != 0) {
+            reportError(QStringLiteral("Error: Unable to get the IP address of the connected Cascaded System slave"));
+            continue;
+        }
+        terminate(ip);
+        char host[AnswerSize] = {0};
+        QString hostname;
+        if (iom->get_parameter(host, HostnameSlave, ip) != 0) {
+            hostname = QStringLiteral("unknown");
+        } else {
+            terminate(host);
+            hostname = QString::fromUtf8(host);
+        }
+        list_primarySelectedSlaves.append(new SlaveInfo(hostname, QString::fromUtf8(ip), QString::fromLatin1(Yes)));
+    }
+
+    update_tableWidget_selected();
+    updateConnectedSlaveAvailability();
+}
+
+bool CascadedSettingsDlg::isInListprimarySelectedSlaves(QString sIp)
+{
+    for (const SlaveInfo *slave : qAsConst(list_primarySelectedSlaves)) {
+        if (slave->ip() == sIp)
+            return true;
+    }
+    return false;
+}
+
+// Rows of connected slaves come first in the selected table (select appends,
+// deselect only removes), so the poll stops at the first row that is not a
+// connected slave. A row once marked unavailable stays red until the table is
+// rebuilt at the next opening.
+void CascadedSettingsDlg::updateConnectedSlaveAvailability()
+{
+    QTableWidget *table = ui.tableWidget_selected;
+    for (int row = 0; row < table->rowCount(); ++row) {
+        const QString ip = cellText(table, row, ColIp);
+        if (!isInListprimarySelectedSlaves(ip))
+            break;
+        char answer[AnswerSize] = {0};
+        const int result = iom->get_parameter(answer, ConnectedSlaveAvailable, ip.toLatin1().constData());
+        terminate(answer);
+        if (result == 0 && isYes(answer))
+            continue;
+        if (QTableWidgetItem *item = table->item(row, ColAvailable))
+            item->setText(QString::fromLatin1(No));
+        else
+            table->setItem(row, ColAvailable, new QTableWidgetItem(QString::fromLatin1(No)));
+        setRowForeground(table, row, Qt::red);
+    }
+}
+
+// ---- Available slaves --------------------------------------------------------------------
+
+void CascadedSettingsDlg::update_listAvailableSlaves()
+{
+    int count = 0;
+    if (iom->get_parameter_int(&count, NumberOfScannedSlaves) != 0) {
+        reportError(QStringLiteral("Error: Unable to get the number of the scanned slaves"));
+        count = 0;
+    }
+
+    setCursor(Qt::ArrowCursor);
+
+    if (count < 0)
+        return; // the scan still runs: try again on the next tick
+
+    timerUpdateAvailableSlaves.stop();
+    deleteAll(list_availableSlaves);
+
+    for (int i = 1; i <= count; ++i) {
+        // The results of these reads are not judged; each buffer is cleared
+        // first so that a failed read yields an empty text, never stale bytes.
+        char ip[AnswerSize] = {0};
+        char description[AnswerSize] = {0};
+        char available[AnswerSize] = {0};
+        iom->get_parameter(ip, ScannedSlave, i);
+        terminate(ip);
+        iom->get_parameter(description, ScannedSlaveController, ip);
+        terminate(description);
+        iom->get_parameter(available, ScannedSlaveAvailable, ip);
+        terminate(available);
+
+        const QString hostname = QString::fromUtf8(description).section(QLatin1Char(' '), 0, 0);
+        auto *slave = new SlaveInfo(hostname, QString::fromUtf8(ip), QString::fromUtf8(available));
+
+        const QTableWidget *selected = ui.tableWidget_selected;
+        for (int row = 0; row < selected->rowCount(); ++row) {
+            if (cellText(selected, row, ColIp) == slave->ip()) {
+                slave->setAvailable(false);
+                break;
+            }
+        }
+        list_availableSlaves.append(slave);
+    }
+
+    std::sort(list_availableSlaves.begin(), list_availableSlaves.end(), SlaveInfo::sortAscendingByHostname);
+    update_tableWidget_available();
+    activateSelectButton();
+    activateDeselectButton();
+}
+
+// ---- Select and deselect ---------------------------------------------------------------
+
+void CascadedSettingsDlg::activateSelectButton()
+{
+    const QTableWidget *available = ui.tableWidget_available;
+    const int row = available->currentRow();
+    if (row < 0 || cellText(available, row, ColAvailable) != QLatin1String(Yes)) {
+        ui.pushButton_select->setEnabled(false);
+        return;
+    }
+    const QString ip = cellText(available, row, ColIp);
+    const QTableWidget *selected = ui.tableWidget_selected;
+    for (int r = 0; r < selected->rowCount(); ++r) {
+        if (cellText(selected, r, ColIp) == ip) {
+            ui.pushButton_select->setEnabled(false);
+            return;
+        }
+    }
+    if (!m_is_config_locked)
+        ui.pushButton_select->setEnabled(true);
+}
+
+void CascadedSettingsDlg::activateDeselectButton()
+{
+    if (ui.tableWidget_selected->currentRow() < 0)
+        ui.pushButton_deselect->setEnabled(false);
+    else if (!m_is_config_locked)
+        ui.pushButton_deselect->setEnabled(true);
+}
+
+void CascadedSettingsDlg::on_tableWidget_available_cellClicked(int iRow, int)
+{
+    m_iLastSelection_tableWidget_available = iRow;
+    activateSelectButton();
+    activateDeselectButton();
+}
+
+void CascadedSettingsDlg::on_tableWidget_selected_cellClicked(int, int)
+{
+    activateSelectButton();
+    activateDeselectButton();
+}
+
+void CascadedSettingsDlg::on_pushButton_select_clicked()
+{
+    QTableWidget *available = ui.tableWidget_available;
+    const int iRow = available->currentRow();
+    // The available table shows list_availableSlaves row for row.
+    if (iRow < 0 || iRow >= list_availableSlaves.size())
+        return;
+    if (cellText(available, iRow, ColAvailable) != QLatin1String(Yes))
+        return;
+
+    QTableWidget *selected = ui.tableWidget_selected;
+    const int n = selected->rowCount();
+    selected->setRowCount(n + 1);
+    fillRow(selected, n, list_availableSlaves.at(iRow), RowHeightSelected);
+
+    setRowForeground(available, iRow, Qt::gray);
+    available->setCurrentCell(-1, 0);
+
+    activateSelectButton();
+    activateDeselectButton();
+    bSomethingChanged = true;
+}
+
+void CascadedSettingsDlg::on_pushButton_deselect_clicked()
+{
+    QTableWidget *selected = ui.tableWidget_selected;
+    const int row = selected->currentRow();
+    if (row < 0 || !selected->item(row, ColIp))
+        return;
+    const QString host = cellText(selected, row, ColName);
+    const QString ip = cellText(selected, row, ColIp);
+    const QString availableText = cellText(selected, row, ColAvailable);
+
+    selected->removeRow(row);
+
+    auto found = std::find_if(list_availableSlaves.begin(), list_availableSlaves.end(),
+                              [&ip](const SlaveInfo *s) { return s->ip() == ip; });
+    if (found != list_availableSlaves.end())
+        (*found)->setAvailable(true);
+    else
+        list_availableSlaves.append(new SlaveInfo(host, ip, availableText));
+
+    update_tableWidget_available();
+    selected->setCurrentCell(-1, 0);
+
+    activateSelectButton();
+    activateDeselectButton();
+    bSomethingChanged = true;
+}
+
+// ---- Adding a slave by hand ------------------------------------------------------------
+
+bool CascadedSettingsDlg::isIpAddress(QString sIp)
+{
+    QString text = sIp.toLower().simplified();
+    if (text.count(QLatin1Char('.')) != 3)
+        return false;
+    text.remove(QLatin1Char('.'));
+    text.remove(QRegExp(QStringLiteral("[0-9]"), Qt::CaseSensitive, QRegExp::RegExp));
+    return text.isEmpty();
+}
+
+bool CascadedSettingsDlg::isLastPartOfIpAllowed(QString sIp)
+{
+    bool ok = false;
+    const int last = sIp.section(QLatin1Char('.'), 3, 3).toInt(&ok, 10);
+    return ok && last >= 1 && last <= 254;
+}
+
+bool CascadedSettingsDlg::isValidIpOrHostname(QString sIp)
+{
+    if (isIpAddress(sIp) && !isLastPartOfIpAllowed(sIp))
+        return false;
+    const unsigned int ip = vx_ip_name2ip(sIp.toLatin1().constData());
+    if (ip == 0)
+        return false;
+
+    vx_ip_socket_type sock = nullptr;
+    if (vx_udp_init(&sock, 0, ProbeSocketOptions) != VX_OK)
+        return false;
+
+    bool valid = false;
+    char s[ProbeBufferSize];
+    int n = probeExchange(sock, ip, ProbeGetVersion, s);
+    if (n > 0) {
+        s[n - 1] = '\0'; // the reply must carry its own terminator
+        if (replyStartsWith(s, ProbeSetVersion)) {
+            n = probeExchange(sock, ip, ProbeGetAccess, s);
+            if (n > 0) {
+                s[n - 1] = '\0';
+                valid = replyStartsWith(s, ProbeSetAccess);
+            }
+        }
+    }
+    vx_udp_exit(sock);
+    return valid;
+}
+
+bool CascadedSettingsDlg::isAvailableAsSlave(QString sIp)
+{
+    const unsigned int ip = vx_ip_name2ip(sIp.toLatin1().constData());
+    if (ip == 0)
+        return false;
+
+    vx_ip_socket_type sock = nullptr;
+    if (vx_udp_init(&sock, 0, ProbeSocketOptions) != VX_OK)
+        return false;
+
+    bool eligible = false;
+    char s[ProbeBufferSize];
+    int n = probeExchange(sock, ip, ProbeGetAccess, s);
+    if (n > 0 && replyIsExactly(s, n, ProbeAccessFull)) {
+        n = probeExchange(sock, ip, ProbeGetVersion, s);
+        if (n > 0 && replyStartsWith(s, ProbeSetVersion) && versionQualifies(s)) {
+            n = probeExchange(sock, ip, ProbeGetCanSlave, s);
+            eligible = n > 0 && replyIsExactly(s, n, ProbeCanSlaveYes);
+        }
+    }
+    vx_udp_exit(sock);
+    return eligible;
+}
+
+bool CascadedSettingsDlg::isIpInListAvailableSlaves(QString sIp)
+{
+    QString key = sIp;
+    if (!isIpAddress(sIp)) {
+        const unsigned int ip = vx_ip_name2ip(sIp.toLatin1().constData());
+        if (ip == 0)
+            return false;
+        int a = 0, b = 0, c = 0, d = 0;
+        vx_ip_ip2num(&a, &b, &c, &d, ip);
+        key = QStringLiteral("%1.%2.%3.%4").arg(a).arg(b).arg(c).arg(d);
+    }
+    for (const SlaveInfo *slave : qAsConst(list_availableSlaves)) {
+        if (slave->ip() == key)
+            return true;
+    }
+    return false;
+}
+
+void CascadedSettingsDlg::warn(const QString &text)
+{
+    QMessageBox::warning(this, QStringLiteral("VESTRAL"), text, QMessageBox::Ok, QMessageBox::NoButton);
+}
+
+void CascadedSettingsDlg::on_pushButton_addSlave_clicked()
+{
+    setCursor(Qt::WaitCursor);
+    const QString sIp = ui.lineEdit_addSlave->text();
+    if (!isValidIpOrHostname(sIp)) {
+        setCursor(Qt::ArrowCursor);
+        warn(tr("IP address or hostname is not valid"));
+        return;
+    }
+    setCursor(Qt::ArrowCursor);
+
+    if (isIpInListAvailableSlaves(sIp)) {
+        warn(tr("IP address is already as a Cascaded System slave available"));
+        return;
+    }
+    if (!isAvailableAsSlave(sIp)) {
+        warn(tr("IP address is not available as a Cascaded System slave"));
+        return;
+    }
+
+    char result[AnswerSize] = {0};
+    if (iom->send_command(result, CmdAddScannedSlave, sIp.toLatin1().constData()) != 0)
+        reportError(QStringLiteral("Error: Unable to add Cascaded System slave %1").arg(sIp));
+
+    bSomethingChanged = true;
+    timerUpdateAvailableSlaves.start(100);
+}
+
+void CascadedSettingsDlg::on_lineEdit_addSlave_editingFinished()
+{
+    // Adding happens only through the add button.
+}
+
+// ---- Applying changes ------------------------------------------------------------------
+
+void CascadedSettingsDlg::on_pushButton_ok_clicked()
+{
+    if (timerUpdateAvailableSlaves.isActive())
+        timerUpdateAvailableSlaves.stop();
+    if (timerConntectedSlavesAvailable.isActive())
+        timerConntectedSlavesAvailable.stop();
+
+    if (bSomethingChanged) {
+        setCursor(Qt::WaitCursor);
+        removeDeselectedSlaves();
+        addSelectedSlaves();
+
+        if (ui.checkBox_wol->checkState() == Qt::Checked) {
+            if (iom->set_parameter(SetWolSlavesYes) != 0)
+                reportError(QStringLiteral("Error: Unable set WOL to Cascaded System slaves"));
+        } else {
+            if (iom->set_parameter(SetWolSlavesNo) != 0)
+                reportError(QStringLiteral("Error: Unable reset WOL to Cascaded System slaves"));
+        }
+
+        iom->send_message("GlobalEvent", "Korvane", 2, "New Hardware");
+        iom->send_message("Main_Window", "CascadedSystemModule", 1, "CascadedSettingsChanged");
+        setCursor(Qt::ArrowCursor);
+    }
+    accept();
+}
+
+void CascadedSettingsDlg::removeDeselectedSlaves()
+{
+    const QTableWidget *selected = ui.tableWidget_selected;
+    for (const SlaveInfo *slave : qAsConst(list_primarySelectedSlaves)) {
+        bool stays = false;
+        for (int row = 0; row < selected->rowCount() && !stays; ++row)
+            stays = cellText(selected, row, ColIp) == slave->ip();
+        if (stays)
+            continue;
+
+        iom->set_timeout(SlaveTimeout[0], SlaveTimeout[1], SlaveTimeout[2]);
+        char answer[AnswerSize] = {0};
+        const int result = iom->send_command(answer, CmdSubSlave, slave->ip().toLatin1().constData());
+        terminate(answer);
+        if (result != 0)
+            reportError(QStringLiteral("Error: Unable to disconnect Cascaded System slave"));
+        else if (!isExactly(answer, KorvaneOk))
+            reportError(QStringLiteral("Error: Unable to disconnect the Cascaded System slave"));
+    }
+}
+
+void CascadedSettingsDlg::addSelectedSlaves()
+{
+    const QTableWidget *selected = ui.tableWidget_selected;
+    for (int row = 0; row < selected->rowCount(); ++row) {
+        const QString ip = cellText(selected, row, ColIp);
+        if (isInListprimarySelectedSlaves(ip))
+            continue; // already connected
+        const QByteArray ipBytes = ip.toLatin1();
+
+        // Without the LAN scan the controller knows only the controllers it
+        // was told about; register the new slave first.
+        if (!ui.checkBox_scanLan->isChecked() && !isIpInListAvailableSlaves(ip)) {
+            char ignored[AnswerSize] = {0};
+            iom->send_command(ignored, CmdAddScannedSlave, ipBytes.constData());
+        }
+
+        iom->set_timeout(SlaveTimeout[0], SlaveTimeout[1], SlaveTimeout[2]);
+        char answer[AnswerSize] = {0};
+        const int result = iom->send_command(answer, CmdAddSlave, ipBytes.constData());
+        terminate(answer);
+        if (result != 0)
+            reportError(QStringLiteral("Error: Unable to connect Cascaded System slave"));
+        else if (!isExactly(answer, KorvaneOk))
+            reportError(QStringLiteral("Error: Unable to connect the Cascaded System slave"));
+    }
+}
+
+void CascadedSettingsDlg::onDoOperations()
+{
+    addSelectedSlaves();
+    removeDeselectedSlaves();
+}
+
+// ---- Options -------------------------------------------------------------------------------
+
+void CascadedSettingsDlg::update_lan_scan()
+{
+    char answer[AnswerSize] = {0};
+    if (iom->get_parameter(answer, ScanSlavesLan) != 0) {
+        reportError(QStringLiteral("Error: Unable to get the status for scanning for Cascaded System slaves in the LAN"));
+        std::strcpy(answer, No);
+    }
+    terminate(answer);
+
+    const bool on = isYes(answer);
+    ui.checkBox_scanLan->setChecked(on);
+    m_scan_LAN = on;
+    m_old_scan_LAN = on;
+
+    if (m_is_config_locked)
+        ui.checkBox_scanLan->setEnabled(false);
+}
+
+void CascadedSettingsDlg::on_checkBox_scanLan_stateChanged(int state)
+{
+    if (!bUserAction)
+        return;
+    if (state == Qt::Checked) {
+        if (iom->set_parameter(SetScanSlavesLanYes) == 0) {
+            m_scan_LAN = true;
+            on_pushButton_update_clicked();
+        } else {
+            reportError(QStringLiteral("Error: Unable to enable scan LAN for the Cascaded System"));
+        }
+    } else {
+        if (iom->set_parameter(SetScanSlavesLanNo) == 0) {
+            m_scan_LAN = false;
+            on_pushButton_update_clicked();
+        } else {
+            reportError(QStringLiteral("Error: Unable to disable scan LAN for the Cascaded System"));
+        }
+    }
+}
+
+void CascadedSettingsDlg::update_checkBox_wol()
+{
+    char answer[AnswerSize] = {0};
+    if (iom->get_parameter(answer, WolSlaves) != 0) {
+        reportError(QStringLiteral("Error: Unable to get the WOL status of the Cascaded System slaves"));
+        std::strcpy(answer, No);
+        ui.checkBox_wol->setEnabled(false);
+    } else if (!m_is_config_locked) {
+        ui.checkBox_wol->setEnabled(true);
+    }
+    terminate(answer);
+
+    const bool on = isYes(answer);
+    ui.checkBox_wol->setChecked(on);
+
+    // This model does not offer the option: it is hidden and always on.
+    if (beVers && beVers->ctrlModel() == QLatin1String("HARROWGLINT")) {
+        ui.checkBox_wol->hide();
+        ui.line_wol->hide();
+        if (!on)
+            ui.checkBox_wol->setChecked(true);
+    }
+}
+
+void CascadedSettingsDlg::on_checkBox_wol_stateChanged(int)
+{
+    bSomethingChanged = true;
+}

@@ -1,0 +1,107 @@
+#include "modaldriver.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QQueue>
+#include <QTimer>
+
+namespace ModalDriver {
+
+namespace {
+
+struct Step
+{
+    Match match;
+    Action act;
+    int timeoutMs;
+};
+
+QQueue<Step> g_steps;
+QStringList g_failures;
+QPointer<QTimer> g_timer;
+QElapsedTimer g_clock;
+
+void rejectAllModals()
+{
+    // Close from the innermost modal outwards so every nested exec() returns.
+    for (int guard = 0; guard < 10; ++guard) {
+        QWidget *w = QApplication::activeModalWidget();
+        if (!w)
+            break;
+        if (auto *d = qobject_cast<QDialog *>(w))
+            d->reject();
+        else
+            w->close();
+        if (QApplication::activeModalWidget() == w)
+            break; // did not close; avoid spinning
+    }
+}
+
+void tick()
+{
+    if (g_steps.isEmpty()) {
+        if (g_timer)
+            g_timer->stop();
+        return;
+    }
+    QWidget *w = QApplication::activeModalWidget();
+    Step &s = g_steps.head();
+    if (w && s.match(w)) {
+        const Step step = g_steps.dequeue();
+        g_clock.restart();
+        step.act(w);
+        return;
+    }
+    if (g_clock.elapsed() > s.timeoutMs) {
+        g_failures << QStringLiteral("expected modal dialog did not appear within %1 ms (active: %2)")
+                          .arg(s.timeoutMs)
+                          .arg(w ? w->objectName() + QLatin1Char('/') + QLatin1String(w->metaObject()->className())
+                                 : QStringLiteral("none"));
+        g_steps.clear();
+        rejectAllModals();
+    }
+}
+
+} // namespace
+
+Match named(const QString &name)
+{
+    return [name](QWidget *w) {
+        return w->objectName() == name || QLatin1String(w->metaObject()->className()) == name;
+    };
+}
+
+void when(const Match &match, const Action &act, int timeoutMs)
+{
+    if (g_steps.isEmpty())
+        g_clock.restart();
+    g_steps.enqueue(Step{match, act, timeoutMs});
+    if (!g_timer) {
+        g_timer = new QTimer(qApp);
+        g_timer->setInterval(5);
+        QObject::connect(g_timer, &QTimer::timeout, tick);
+    }
+    if (!g_timer->isActive())
+        g_timer->start();
+}
+
+void when(const QString &name, const Action &act, int timeoutMs)
+{
+    when(named(name), act, timeoutMs);
+}
+
+QStringList failures() { return g_failures; }
+bool ok() { return g_failures.isEmpty() && g_steps.isEmpty(); }
+int pending() { return g_steps.size(); }
+
+void reset()
+{
+    g_failures.clear();
+    g_steps.clear();
+    if (g_timer)
+        g_timer->stop();
+}
+
+} // namespace ModalDriver
