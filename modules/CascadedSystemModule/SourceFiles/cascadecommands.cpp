@@ -1,5 +1,6 @@
 #include "cascadecommands.h"
 
+#include <cstdio>
 #include <cstring>
 
 namespace CascadeCommands {
@@ -11,6 +12,38 @@ bool isExactly(const char *answer, const char *word)
     // Compare the word's length plus its NUL; strncmp stops early at a NUL in
     // the answer, so a short answer is never read past its end.
     return std::strncmp(answer, word, std::strlen(word) + 1) == 0;
+}
+
+bool probeReplyHasPrefix(char *reply, int received, const char *prefix)
+{
+    if (!reply || received <= 0 || received > ProbeBufferSize)
+        return false;
+    reply[received - 1] = '\0';
+    return std::strncmp(reply, prefix, std::strlen(prefix)) == 0;
+}
+
+bool probeReplyIsExactly(const char *reply, int received, const char *word)
+{
+    const int len = int(std::strlen(word)) + 1;
+    return reply && received >= len && received <= ProbeBufferSize
+           && std::memcmp(reply, word, size_t(len)) == 0;
+}
+
+bool probeVersionQualifies(const char *reply, int received)
+{
+    if (!reply || received <= 0 || received > ProbeBufferSize)
+        return false;
+    if (std::strncmp(reply, ProbeSetVersion, std::strlen(ProbeSetVersion)) != 0)
+        return false;
+    // Copy the version part into a terminated buffer: the reply need not end
+    // in a zero byte.
+    char version[ProbeBufferSize + 1] = {0};
+    if (received > ProbeVersionOffset)
+        std::memcpy(version, reply + ProbeVersionOffset, size_t(received - ProbeVersionOffset));
+    unsigned int major = 0, minor = 0, patch = 0;
+    if (std::sscanf(version, "v%u.%u.%u", &major, &minor, &patch) != 3)
+        return false;
+    return major > 2 || (major == 2 && minor >= 6);
 }
 
 const Entry catalogue[] = {

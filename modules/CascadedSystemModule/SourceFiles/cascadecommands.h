@@ -60,6 +60,20 @@ constexpr char ProbeSetAccess[] = "korvane set system access ";      // 26-byte 
 constexpr char ProbeAccessFull[] = "korvane set system access full"; // exact, 31 bytes
 constexpr char ProbeCanSlaveYes[] = "korvane set system can_slave yes"; // exact, 33 bytes
 constexpr int ProbeVersionOffset = 27; // "v%u.%u.%u" starts here in the version reply
+constexpr int ProbeBufferSize = 300;    // receive buffer; a reply that fills it counts as none
+
+// Checks of a probe reply. reply is the probe's receive buffer of
+// ProbeBufferSize bytes, zero-filled before the receive, and received the
+// receive result; a result of 0 or less is never a valid reply.
+//
+// The reply begins with prefix once its last received byte is replaced by a
+// zero byte (so a reply must carry its own terminator). Changes reply.
+bool probeReplyHasPrefix(char *reply, int received, const char *prefix);
+// The reply holds exactly word followed by its zero byte.
+bool probeReplyIsExactly(const char *reply, int received, const char *word);
+// A version reply ("korvane set system version v2.7.1") that names 2.6.0 or
+// later; all three numbers must be there.
+bool probeVersionQualifies(const char *reply, int received);
 
 // True when answer is exactly word: the same bytes, the terminating NUL
 // included, so "yes " or "Yes" is not "yes". answer may be null (false).

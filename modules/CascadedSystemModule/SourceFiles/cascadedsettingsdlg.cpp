@@ -30,7 +30,6 @@ const int ErrorType = 1;
 // The probe of a controller named by hand: one request, one reply.
 const unsigned int ProbeSendTimeoutUs = 100000;
 const unsigned int ProbeReceiveTimeoutUs = 500000;
-const int ProbeBufferSize = 300;
 const unsigned short ProbeSocketOptions = VX_OPT_BROADCAST | VX_OPT_ANYPORT;
 
 const int RowHeightAvailable = 20;
@@ -50,28 +49,6 @@ int probeExchange(vx_ip_socket_type sock, unsigned int ip, const char *request, 
     if (vx_udp_send(sock, request, len, ip, ProbePort, ProbeSendTimeoutUs) != VX_OK)
         return VX_ERROR;
     return vx_udp_receive_from(sock, reply, ProbeBufferSize, nullptr, nullptr, ProbeReceiveTimeoutUs, 0);
-}
-
-// A reply that holds exactly word followed by its zero byte.
-bool replyIsExactly(const char *reply, int received, const char *word)
-{
-    const int len = int(std::strlen(word)) + 1;
-    return received >= len && std::memcmp(reply, word, size_t(len)) == 0;
-}
-
-// A reply that begins with prefix (which holds no zero byte).
-bool replyStartsWith(const char *reply, const char *prefix)
-{
-    return std::strncmp(reply, prefix, std::strlen(prefix)) == 0;
-}
-
-// The version reply qualifies from 2.6 on; all three numbers must be there.
-bool versionQualifies(const char *reply)
-{
-    unsigned int major = 0, minor = 0, patch = 0;
-    if (std::sscanf(reply + ProbeVersionOffset, "v%u.%u.%u", &major, &minor, &patch) != 3)
-        return false;
-    return major > 2 || (major == 2 && minor >= 6);
 }
 
 void setRowForeground(QTableWidget *table, int row, Qt::GlobalColor color)
@@ -590,15 +567,9 @@ bool CascadedSettingsDlg::isValidIpOrHostname(QString sIp)
     bool valid = false;
     char s[ProbeBufferSize];
     int n = probeExchange(sock, ip, ProbeGetVersion, s);
-    if (n > 0) {
-        s[n - 1] = '\0'; // the reply must carry its own terminator
-        if (replyStartsWith(s, ProbeSetVersion)) {
-            n = probeExchange(sock, ip, ProbeGetAccess, s);
-            if (n > 0) {
-                s[n - 1] = '\0';
-                valid = replyStartsWith(s, ProbeSetAccess);
-            }
-        }
+    if (probeReplyHasPrefix(s, n, ProbeSetVersion)) {
+        n = probeExchange(sock, ip, ProbeGetAccess, s);
+        valid = probeReplyHasPrefix(s, n, ProbeSetAccess);
     }
     vx_udp_exit(sock);
     return valid;
@@ -617,11 +588,11 @@ bool CascadedSettingsDlg::isAvailableAsSlave(QString sIp)
     bool eligible = false;
     char s[ProbeBufferSize];
     int n = probeExchange(sock, ip, ProbeGetAccess, s);
-    if (n > 0 && replyIsExactly(s, n, ProbeAccessFull)) {
+    if (probeReplyIsExactly(s, n, ProbeAccessFull)) {
         n = probeExchange(sock, ip, ProbeGetVersion, s);
-        if (n > 0 && replyStartsWith(s, ProbeSetVersion) && versionQualifies(s)) {
+        if (probeVersionQualifies(s, n)) {
             n = probeExchange(sock, ip, ProbeGetCanSlave, s);
-            eligible = n > 0 && replyIsExactly(s, n, ProbeCanSlaveYes);
+            eligible = probeReplyIsExactly(s, n, ProbeCanSlaveYes);
         }
     }
     vx_udp_exit(sock);
