@@ -14,6 +14,9 @@
  *     no global state; a handle may be used by one thread at a time.
  *   - Descriptors at or above FD_SETSIZE (1024) cannot be waited on with
  *     select(); an init that would produce one fails with VX_ERROR.
+ *   - A negative maxlen or len gives VX_ERROR; so does a maxlen below 1 for
+ *     the TCP receive functions, where an empty read would look like the
+ *     peer closing.
  */
 #ifndef VX_UDPTCP_H
 #define VX_UDPTCP_H
