@@ -9,7 +9,6 @@
 #include <QTableWidgetItem>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include "BackendVersions.h"
@@ -72,6 +71,9 @@ void setupTable(QTableWidget *table)
     table->setHorizontalHeaderLabels(QStringList() << QStringLiteral("Name") << QStringLiteral("IP")
                                                    << QStringLiteral("Available"));
     table->verticalHeader()->hide();
+    // Let rows be as low as the lowest row height in use; the header's own
+    // minimum follows the font and would otherwise win.
+    table->verticalHeader()->setMinimumSectionSize(RowHeightAvailable);
     QHeaderView *header = table->horizontalHeader();
     header->setSectionHidden(ColAvailable, true);
     header->setSectionsClickable(false);

@@ -1,0 +1,61 @@
+// The headless demo: drives the real "Cascaded System Settings" dialog the
+// way a user would (open it, wait for the LAN scan, select a controller, OK,
+// open it again), saves a screenshot of each step and the message log into
+// a folder, and ends the application with 0 when every step worked.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+#include <QTimer>
+
+class MainWindow;
+class QAction;
+class QWidget;
+
+class DemoWalkthrough : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int StepTimeoutMs = 30000;
+
+    DemoWalkthrough(MainWindow *window, const QString &outDir, QObject *parent = nullptr);
+
+    // Starts the walkthrough; the application exits when it ends.
+    void start();
+
+private:
+    enum class Step {
+        OpenFirst,
+        FirstScan,
+        FirstDialog,
+        WaitSelectEnabled,
+        WaitClosed,
+        OpenSecond,
+        SecondScan,
+        SecondDialog,
+        WaitClosedAgain,
+        Done
+    };
+
+    void tick();
+    void go(Step next);
+    bool settingsDialogFilled(QWidget *dlg) const;
+    bool clickAvailableController(QWidget *dlg);
+    void shoot(QWidget *w, const QString &name);
+    void finish(bool ok, const QString &why);
+
+    MainWindow *m_window;
+    QString m_outDir;
+    QPointer<QAction> m_action;
+    QTimer m_timer;
+    QElapsedTimer m_stepClock;
+    Step m_step = Step::OpenFirst;
+    QString m_chosenIp;
+    QString m_chosenName;
+    int m_connectedAtStart = 0;
+    QStringList m_report;
+};

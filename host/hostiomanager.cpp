@@ -1,0 +1,350 @@
+#include "hostiomanager.h"
+
+#include <QElapsedTimer>
+#include <csignal>
+#include <cstdio>
+
+#include "hostprotocol.h"
+#include "vx_udptcp.h"
+
+using namespace HostProtocol;
+
+namespace {
+
+// The socket library sends with plain send(); writing to a connection the
+// controller has closed would raise SIGPIPE and end the host. A broken
+// connection is reported as a result instead.
+void ignoreSigpipe()
+{
+    static const bool done = [] {
+        std::signal(SIGPIPE, SIG_IGN);
+        return true;
+    }();
+    (void)done;
+}
+
+bool format(std::string *out, const char *fmt, va_list args)
+{
+    if (!fmt)
+        return false;
+    char buf[MaxRequestLength + 2];
+    const int n = std::vsnprintf(buf, sizeof buf, fmt, args);
+    if (n < 0 || std::size_t(n) >= sizeof buf)
+        return false;
+    out->assign(buf, std::size_t(n));
+    return true;
+}
+
+// The socket library takes time-outs as unsigned microseconds; long reply
+// time-outs are waited out in slices of at most one second.
+unsigned slice(qint64 us)
+{
+    return unsigned(qBound<qint64>(0, us, 1000000));
+}
+
+} // namespace
+
+HostIOManager::HostIOManager(QObject *parent) : QObject(parent)
+{
+    ignoreSigpipe();
+}
+
+HostIOManager::~HostIOManager()
+{
+    drop();
+}
+
+bool HostIOManager::is_connected() const
+{
+    return m_sock != nullptr;
+}
+
+int HostIOManager::set_timeout(int connect_ms, int reply_ms, int retries)
+{
+    if (connect_ms > 0)
+        m_connectTimeoutMs = connect_ms;
+    if (reply_ms > 0)
+        m_replyTimeoutMs = reply_ms;
+    if (retries > 0)
+        m_retries = retries;
+    return Ok;
+}
+
+QString HostIOManager::controller_address() const
+{
+    return m_address;
+}
+
+int HostIOManager::open_connection(const char *address, unsigned short port)
+{
+    drop();
+    m_address = QString::fromLatin1(address ? address : "");
+    m_port = port ? port : DefaultPort;
+    return ensureConnected() ? Ok : NotConnected;
+}
+
+void HostIOManager::close_connection()
+{
+    drop();
+    m_address.clear();
+}
+
+int HostIOManager::request_count() const
+{
+    return m_requestCount;
+}
+
+void HostIOManager::set_request_logging(bool on)
+{
+    m_logging = on;
+}
+
+QString HostIOManager::last_error() const
+{
+    return m_lastError;
+}
+
+void HostIOManager::send_message(const char *receiver, const char *sender, int type, const char *text)
+{
+    emit messagePosted(QString::fromLatin1(receiver ? receiver : ""),
+                       QString::fromLatin1(sender ? sender : ""), type,
+                       QString::fromLatin1(text ? text : ""));
+}
+
+// ---- Requests -----------------------------------------------------------------
+
+int HostIOManager::send_command(char *answer, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    std::string reply;
+    const int rc = vrequest(Kind::Command, &reply, format, args);
+    va_end(args);
+    if (rc == Ok || rc == ErrorReply)
+        copyAnswer(answer, reply);
+    return rc;
+}
+
+int HostIOManager::send_line(char *answer, const char *line)
+{
+    std::string reply;
+    const int rc = request(Kind::Command, line ? std::string(line) : std::string(), &reply);
+    if (rc == Ok || rc == ErrorReply)
+        copyAnswer(answer, reply);
+    return rc;
+}
+
+int HostIOManager::get_parameter(char *answer, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    std::string value;
+    const int rc = vrequest(Kind::Read, &value, format, args);
+    va_end(args);
+    if (rc == Ok)
+        copyAnswer(answer, value);
+    return rc;
+}
+
+int HostIOManager::get_parameter_int(int *value, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    std::string text;
+    int rc = vrequest(Kind::Read, &text, format, args);
+    va_end(args);
+    int v = 0;
+    if (rc == Ok && !parseInt(text, &v))
+        rc = fail(Malformed, QStringLiteral("not an integer: \"%1\"").arg(QString::fromStdString(text)));
+    if (rc == Ok && value)
+        *value = v;
+    return rc;
+}
+
+int HostIOManager::get_parameter_double(double *value, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    std::string text;
+    int rc = vrequest(Kind::Read, &text, format, args);
+    va_end(args);
+    double v = 0;
+    if (rc == Ok && !parseDouble(text, &v))
+        rc = fail(Malformed, QStringLiteral("not a number: \"%1\"").arg(QString::fromStdString(text)));
+    if (rc == Ok && value)
+        *value = v;
+    return rc;
+}
+
+int HostIOManager::set_parameter(const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    std::string reply;
+    const int rc = vrequest(Kind::Write, &reply, format, args);
+    va_end(args);
+    return rc;
+}
+
+int HostIOManager::set_parameter_int(int value, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    std::string name;
+    const bool formatted = ::format(&name, format, args);
+    va_end(args);
+    if (!formatted)
+        return fail(BadRequest, QStringLiteral("request cannot be formatted"));
+    std::string reply;
+    return request(Kind::Write, name + ' ' + std::to_string(value), &reply);
+}
+
+int HostIOManager::vrequest(Kind kind, std::string *result, const char *fmt, va_list args)
+{
+    std::string text;
+    if (!format(&text, fmt, args))
+        return fail(BadRequest, QStringLiteral("request cannot be formatted or is too long"));
+    return request(kind, text, result);
+}
+
+// Sends one request and judges its reply. For a read, *result is the value;
+// for a command, the whole reply line; for a write, the reply line.
+int HostIOManager::request(Kind kind, const std::string &text, std::string *result)
+{
+    const std::string line = kind == Kind::Read    ? readRequest(text)
+                             : kind == Kind::Write ? writeRequest(text)
+                                                   : text;
+    QElapsedTimer clock;
+    clock.start();
+    std::string reply;
+    int rc = Ok;
+    if (!isSendable(line))
+        rc = fail(BadRequest, QStringLiteral("request is empty, too long or holds a line end"));
+    else
+        rc = exchange(line, &reply);
+
+    if (rc == Ok) {
+        Verdict v = Verdict::Ok;
+        switch (kind) {
+        case Kind::Read:
+            v = judgeReadReply(reply, text, result);
+            break;
+        case Kind::Write:
+            v = judgeWriteReply(reply);
+            *result = reply;
+            break;
+        case Kind::Command:
+            v = judgeCommandReply(reply);
+            *result = reply;
+            break;
+        }
+        if (v == Verdict::Error)
+            rc = fail(ErrorReply, QString::fromLatin1(reply.c_str()));
+        else if (v == Verdict::Malformed)
+            rc = fail(Malformed, QStringLiteral("unexpected reply: \"%1\"").arg(QString::fromLatin1(reply.c_str())));
+        else
+            m_lastError.clear();
+    }
+    if (m_logging)
+        emit requestLogged(QString::fromLatin1(line.c_str()), QString::fromLatin1(reply.c_str()), rc,
+                           clock.nsecsElapsed() / 1000);
+    return rc;
+}
+
+// Sends one line and waits for one reply line, all within the reply
+// time-out. Any failure drops the connection, so that a late reply can never
+// be taken for the answer to a later request; the next request reconnects.
+int HostIOManager::exchange(const std::string &line, std::string *reply)
+{
+    ++m_requestCount;
+    if (!ensureConnected())
+        return fail(NotConnected, QStringLiteral("cannot connect to %1:%2").arg(m_address).arg(m_port));
+
+    QElapsedTimer clock;
+    clock.start();
+    const qint64 limitUs = qint64(m_replyTimeoutMs) * 1000;
+    const std::string framed = line + '\n';
+    const int sent = vx_tcp_send(m_sock, framed.data(), int(framed.size()), slice(limitUs));
+    if (sent != VX_OK) {
+        drop();
+        return sent == VX_TIMEOUT ? fail(Timeout, QStringLiteral("send timed out"))
+                                  : fail(NotConnected, QStringLiteral("connection lost while sending"));
+    }
+
+    std::string buffer;
+    for (;;) {
+        if (takeLine(&buffer, reply)) {
+            if (!buffer.empty()) {
+                // More than one line for one request: the stream is out of step.
+                drop();
+                return fail(Malformed, QStringLiteral("more than one reply line"));
+            }
+            return Ok;
+        }
+        if (buffer.size() > MaxReplyLength) {
+            drop();
+            return fail(Malformed, QStringLiteral("reply line too long"));
+        }
+        const qint64 leftUs = limitUs - clock.nsecsElapsed() / 1000;
+        if (leftUs <= 0) {
+            drop();
+            return fail(Timeout, QStringLiteral("no reply within %1 ms").arg(m_replyTimeoutMs));
+        }
+        char chunk[1024];
+        const int n = vx_tcp_receive(m_sock, chunk, int(sizeof chunk), slice(leftUs));
+        if (n > 0) {
+            buffer.append(chunk, std::size_t(n));
+            continue;
+        }
+        if (n == VX_TIMEOUT && clock.nsecsElapsed() / 1000 < limitUs)
+            continue; // only a slice of the time-out has passed
+        drop();
+        if (n == VX_TIMEOUT)
+            return fail(Timeout, QStringLiteral("no reply within %1 ms").arg(m_replyTimeoutMs));
+        return fail(NotConnected, QStringLiteral("connection lost while waiting for the reply"));
+    }
+}
+
+bool HostIOManager::ensureConnected()
+{
+    if (m_sock)
+        return true;
+    if (m_address.isEmpty())
+        return false;
+    const unsigned int ip = vx_ip_name2ip(m_address.toLatin1().constData());
+    if (ip == 0)
+        return false;
+    vx_ip_socket_type sock = nullptr;
+    if (vx_tcp_client_init(&sock, ip, m_port) != VX_OK)
+        return false;
+    m_sock = sock;
+    return true;
+}
+
+void HostIOManager::drop()
+{
+    if (m_sock) {
+        vx_tcp_exit(m_sock);
+        m_sock = nullptr;
+    }
+}
+
+int HostIOManager::fail(int code, const QString &why)
+{
+    m_lastError = why;
+    return code;
+}
+
+BackendVersions readBackendVersions(IOManager *iom)
+{
+    char answer[AnswerSize] = {0};
+    QString model;
+    VersionInfo protocol, system;
+    if (iom->get_parameter(answer, "system model") == HostIOManager::Ok)
+        model = QString::fromLatin1(answer);
+    if (iom->get_parameter(answer, "system protocol") == HostIOManager::Ok)
+        protocol = VersionInfo::fromString(QString::fromLatin1(answer));
+    if (iom->get_parameter(answer, "system version") == HostIOManager::Ok)
+        system = VersionInfo::fromString(QString::fromLatin1(answer));
+    return BackendVersions(system, protocol, system, model);
+}

@@ -1,0 +1,251 @@
+#include "mainwindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDateTime>
+#include <QDir>
+#include <QJsonObject>
+#include <QLabel>
+#include <QLibrary>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPluginLoader>
+#include <QStatusBar>
+#include <QTimer>
+#include <algorithm>
+
+#include "BackendVersions.h"
+#include "ModuleInterface.h"
+#include "hostiomanager.h"
+
+namespace {
+// Positions of the host's own menus; modules name theirs (H&ardware: 200).
+const int FileMenuOrder = 0;
+const int ViewMenuOrder = 800;
+const int HelpMenuOrder = 1000;
+} // namespace
+
+MainWindow::MainWindow(HostIOManager *iom, BackendVersions *versions, bool observer, QWidget *parent)
+    : QMainWindow(parent), m_iom(iom), m_versions(versions), m_observer(observer)
+{
+    setObjectName(QStringLiteral("CascadeHostMainWindow"));
+    setWindowTitle(tr("Cascade Host"));
+    resize(900, 560);
+
+    m_log = new QPlainTextEdit(this);
+    m_log->setObjectName(QStringLiteral("messageLog"));
+    m_log->setReadOnly(true);
+    m_log->setMaximumBlockCount(20000);
+    setCentralWidget(m_log);
+
+    m_status = new QLabel(this);
+    statusBar()->addPermanentWidget(m_status, 1);
+
+    auto *quit = new QAction(tr("&Quit"), this);
+    quit->setShortcut(QKeySequence::Quit);
+    connect(quit, &QAction::triggered, this, &QWidget::close);
+    addEntry(tr("&File"), FileMenuOrder, 100, quit);
+
+    m_requestLogAction = new QAction(tr("Log controller &requests"), this);
+    m_requestLogAction->setCheckable(true);
+    m_requestLogAction->setStatusTip(tr("Show every controller request with its reply and duration"));
+    connect(m_requestLogAction, &QAction::toggled, this, [this](bool on) {
+        m_iom->set_request_logging(on);
+        log(on ? tr("Request logging on") : tr("Request logging off"));
+    });
+    addEntry(tr("&View"), ViewMenuOrder, 100, m_requestLogAction);
+    auto *clear = new QAction(tr("&Clear log"), this);
+    connect(clear, &QAction::triggered, m_log, &QPlainTextEdit::clear);
+    addEntry(tr("&View"), ViewMenuOrder, 200, clear);
+
+    auto *aboutAction = new QAction(tr("&About"), this);
+    connect(aboutAction, &QAction::triggered, this, &MainWindow::about);
+    addEntry(tr("&Help"), HelpMenuOrder, 100, aboutAction);
+
+    connect(m_iom, &HostIOManager::messagePosted, this, &MainWindow::logMessage);
+    connect(m_iom, &HostIOManager::requestLogged, this, &MainWindow::logRequest);
+    // The connection can drop and come back with any request; look once a second.
+    auto *statusTimer = new QTimer(this);
+    connect(statusTimer, &QTimer::timeout, this, &MainWindow::updateStatus);
+    statusTimer->start(1000);
+    updateStatus();
+}
+
+MainWindow::~MainWindow()
+{
+    shutdownModules();
+}
+
+int MainWindow::loadModules(const QString &folder)
+{
+    const QDir dir(folder);
+    if (!dir.exists()) {
+        log(tr("Modules folder %1 does not exist").arg(QDir::toNativeSeparators(folder)));
+        return 0;
+    }
+    log(tr("Loading modules from %1").arg(QDir::toNativeSeparators(dir.absolutePath())));
+    int loaded = 0;
+    const QStringList files = dir.entryList(QDir::Files, QDir::Name);
+    for (const QString &file : files) {
+        const QString path = dir.absoluteFilePath(file);
+        if (!QLibrary::isLibrary(path))
+            continue;
+        auto *loader = new QPluginLoader(path, this);
+        const QJsonObject meta = loader->metaData();
+        const QString iid = meta.value(QStringLiteral("IID")).toString();
+        const QString className = meta.value(QStringLiteral("className")).toString();
+        QObject *object = loader->instance();
+        if (!object) {
+            log(tr("Cannot load %1: %2 (set QT_DEBUG_PLUGINS=1 for details)").arg(file, loader->errorString()));
+            delete loader;
+            continue;
+        }
+        auto *module = qobject_cast<ModuleInterface *>(object);
+        if (!module) {
+            log(tr("%1 (IID %2, class %3) does not implement the module interface %4")
+                    .arg(file, iid, className, QStringLiteral(ModuleInterface_iid)));
+            loader->unload();
+            delete loader;
+            continue;
+        }
+        // The controller model is read in get_gui_elements, so the versions go first.
+        module->set_param(QStringLiteral("BackendVersions"), QVariant::fromValue(m_versions));
+        module->set_param(QStringLiteral("CommandManager"),
+                          QVariant::fromValue(static_cast<IOManager *>(m_iom)));
+        module->set_param(QStringLiteral("ModuleParent"), QVariant::fromValue(static_cast<QWidget *>(this)));
+        module->set_param(QStringLiteral("ObserverMode"), QVariant(m_observer));
+        m_modules << Module{loader, object, module};
+        ++loaded;
+        log(tr("Loaded module \"%1\" %2 from %3 (IID %4, class %5)")
+                .arg(module->get_module_name(), module->get_module_version(), file, iid, className));
+
+        for (_GuiElement *e : module->get_gui_elements())
+            if (e && e->menu_entry)
+                addEntry(e->menu_name, e->menu_order_number, e->menu_entry_order_number, e->menu_entry);
+    }
+    rebuildMenuBar();
+    return loaded;
+}
+
+void MainWindow::shutdownModules()
+{
+    for (const Module &m : qAsConst(m_modules)) {
+        m.module->about_to_exit_module();
+        m.module->exit_module();
+    }
+    for (const Module &m : qAsConst(m_modules)) {
+        // Actions of a module die with it; take them out of the menus first.
+        for (Menu &menu : m_menus) {
+            for (int i = menu.entries.size() - 1; i >= 0; --i) {
+                QAction *a = menu.entries.at(i).second;
+                if (a->parent() == m.object) {
+                    menu.menu->removeAction(a);
+                    menu.entries.removeAt(i);
+                }
+            }
+        }
+        delete m.object;
+    }
+    m_modules.clear();
+}
+
+void MainWindow::addEntry(const QString &menuTitle, int menuOrder, int entryOrder, QAction *action)
+{
+    for (Menu &m : m_menus) {
+        if (m.menu->title() == menuTitle) {
+            m.entries << qMakePair(entryOrder, action);
+            rebuildMenuBar();
+            return;
+        }
+    }
+    m_menus << Menu{menuOrder, new QMenu(menuTitle, this), {qMakePair(entryOrder, action)}};
+    rebuildMenuBar();
+}
+
+void MainWindow::rebuildMenuBar()
+{
+    std::stable_sort(m_menus.begin(), m_menus.end(),
+                     [](const Menu &a, const Menu &b) { return a.order < b.order; });
+    menuBar()->clear();
+    for (Menu &m : m_menus) {
+        std::stable_sort(m.entries.begin(), m.entries.end(),
+                         [](const QPair<int, QAction *> &a, const QPair<int, QAction *> &b) {
+                             return a.first < b.first;
+                         });
+        for (QAction *a : m.menu->actions())
+            m.menu->removeAction(a);
+        for (const auto &e : qAsConst(m.entries))
+            m.menu->addAction(e.second);
+        menuBar()->addMenu(m.menu);
+    }
+}
+
+QString MainWindow::logText() const
+{
+    return m_log->toPlainText();
+}
+
+QAction *MainWindow::findMenuAction(const QString &text) const
+{
+    for (const Menu &m : m_menus)
+        for (const auto &e : m.entries)
+            if (e.second->text() == text)
+                return e.second;
+    return nullptr;
+}
+
+QStringList MainWindow::menuTitles() const
+{
+    QStringList titles;
+    for (QAction *a : menuBar()->actions())
+        titles << a->text();
+    return titles;
+}
+
+void MainWindow::log(const QString &line)
+{
+    m_log->appendPlainText(QStringLiteral("%1  %2").arg(QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz")), line));
+}
+
+void MainWindow::logMessage(const QString &receiver, const QString &sender, int type, const QString &text)
+{
+    log(tr("message to %1 from %2, type %3: %4").arg(receiver, sender).arg(type).arg(text));
+}
+
+void MainWindow::logRequest(const QString &request, const QString &reply, int result, qint64 elapsedUs)
+{
+    log(tr("request \"%1\" -> \"%2\" (result %3, %4 ms)")
+            .arg(request, reply)
+            .arg(result)
+            .arg(double(elapsedUs) / 1000.0, 0, 'f', 1));
+    updateStatus();
+}
+
+void MainWindow::updateStatus()
+{
+    QString text;
+    const QString address = m_iom->controller_address();
+    if (address.isEmpty())
+        text = tr("No controller");
+    else if (!m_iom->is_connected())
+        text = tr("Controller %1: not connected").arg(address);
+    else
+        text = tr("Controller %1 · model %2 · protocol %3")
+                   .arg(address, m_versions->ctrlModel().isEmpty() ? tr("unknown") : m_versions->ctrlModel(),
+                        m_versions->protocol().toString());
+    if (m_observer)
+        text += tr(" · observer mode");
+    m_status->setText(text);
+}
+
+void MainWindow::about()
+{
+    QStringList names;
+    for (const Module &m : qAsConst(m_modules))
+        names << QStringLiteral("%1 %2").arg(m.module->get_module_name(), m.module->get_module_version());
+    QMessageBox::about(this, tr("About Cascade Host"),
+                       tr("A minimal host for measurement-system modules.\n\nLoaded modules:\n%1")
+                           .arg(names.isEmpty() ? tr("none") : names.join(QLatin1Char('\n'))));
+}

@@ -1,0 +1,71 @@
+// The host's main window: loads the modules of a folder, places their menu
+// entries, logs their messages (and, on request, every controller request)
+// and shows the controller in the status bar.
+#pragma once
+
+#include <QList>
+#include <QMainWindow>
+#include <QPair>
+#include <QString>
+
+class BackendVersions;
+class HostIOManager;
+class ModuleInterface;
+class QAction;
+class QLabel;
+class QMenu;
+class QPlainTextEdit;
+class QPluginLoader;
+
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    MainWindow(HostIOManager *iom, BackendVersions *versions, bool observer, QWidget *parent = nullptr);
+    ~MainWindow() override;
+
+    // Loads every plugin of folder; returns the number of modules loaded.
+    int loadModules(const QString &folder);
+    // Tells every module that the host quits, and deletes it. Safe to call twice.
+    void shutdownModules();
+
+    QString logText() const;
+    // The first action of the menu bar whose text is text ("&Cascaded System").
+    QAction *findMenuAction(const QString &text) const;
+    // Titles of the menu bar's menus, left to right.
+    QStringList menuTitles() const;
+
+public slots:
+    void log(const QString &line);
+    void logMessage(const QString &receiver, const QString &sender, int type, const QString &text);
+    void logRequest(const QString &request, const QString &reply, int result, qint64 elapsedUs);
+    void updateStatus();
+
+private:
+    struct Module
+    {
+        QPluginLoader *loader;
+        QObject *object;
+        ModuleInterface *module;
+    };
+    struct Menu
+    {
+        int order;
+        QMenu *menu;
+        QList<QPair<int, QAction *>> entries; // (entry order, action)
+    };
+
+    void addEntry(const QString &menuTitle, int menuOrder, int entryOrder, QAction *action);
+    void rebuildMenuBar();
+    void about();
+
+    HostIOManager *m_iom;
+    BackendVersions *m_versions;
+    bool m_observer;
+    QPlainTextEdit *m_log;
+    QLabel *m_status;
+    QAction *m_requestLogAction;
+    QList<Module> m_modules;
+    QList<Menu> m_menus;
+};

@@ -1,0 +1,91 @@
+// cascade-sim: simulates a LAN of controllers on loopback addresses, as
+// described by a scenario file. Prints one "ready" line on stdout once every
+// socket is bound; stops cleanly on SIGINT or SIGTERM.
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <csignal>
+#include <cstdio>
+#include <unistd.h>
+
+#include "controller.h"
+#include "scenario.h"
+
+namespace {
+
+int g_signalPipe[2] = {-1, -1};
+
+void onSignal(int)
+{
+    const char c = 1;
+    // Only async-signal-safe work here; the event loop does the rest.
+    ssize_t ignored = ::write(g_signalPipe[1], &c, 1);
+    (void)ignored;
+}
+
+bool installSignalHandlers()
+{
+    if (::pipe(g_signalPipe) != 0)
+        return false;
+    struct sigaction sa = {};
+    sa.sa_handler = onSignal;
+    sigemptyset(&sa.sa_mask);
+    sa.sa_flags = SA_RESTART;
+    return sigaction(SIGINT, &sa, nullptr) == 0 && sigaction(SIGTERM, &sa, nullptr) == 0;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("cascade-sim"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Simulates controllers on 127.x.y.z addresses (UDP and TCP port 50105)."));
+    parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("scenario"), QStringLiteral("Scenario file (JSON)."));
+    const QCommandLineOption verbose({QStringLiteral("v"), QStringLiteral("verbose")},
+                                     QStringLiteral("Log every request and reply on stderr."));
+    parser.addOption(verbose);
+    parser.process(app);
+    if (parser.positionalArguments().size() != 1)
+        parser.showHelp(2);
+
+    Scenario scenario;
+    QString error;
+    if (!scenario.load(parser.positionalArguments().first(), &error)) {
+        std::fprintf(stderr, "cascade-sim: %s\n", qPrintable(error));
+        return 2;
+    }
+    if (!installSignalHandlers()) {
+        std::perror("cascade-sim: signal handlers");
+        return 1;
+    }
+    QSocketNotifier notifier(g_signalPipe[0], QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, &app, [&] {
+        char c;
+        ssize_t ignored = ::read(g_signalPipe[0], &c, 1);
+        (void)ignored;
+        app.quit();
+    });
+
+    SimLan lan(scenario, parser.isSet(verbose));
+    if (!lan.start(&error)) {
+        std::fprintf(stderr, "cascade-sim: %s\n", qPrintable(error));
+        return 1;
+    }
+    int online = 0;
+    for (const SimController *c : lan.controllers())
+        online += c->isOnline() ? 1 : 0;
+    std::printf("cascade-sim ready: master %s, %d controllers, %d online\n",
+                qPrintable(lan.master()->address()), int(lan.controllers().size()), online);
+    std::fflush(stdout);
+
+    const int rc = app.exec();
+    lan.stop();
+    std::printf("cascade-sim stopped\n");
+    std::fflush(stdout);
+    return rc;
+}

@@ -1,0 +1,65 @@
+// A simulated LAN, as read from a scenario file (JSON).
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+// A deliberate misbehaviour of one controller for the requests that begin
+// with `match` (the whole request text, "korvane ..." included).
+struct Fault
+{
+    enum class Action {
+        Normal,     // the usual answer (only useful with a delay)
+        Error,      // "korvane error <text>"
+        Reply,      // `text` verbatim instead of the answer (malformed replies)
+        Silent,     // no answer at all
+        Disconnect  // close the TCP connection without an answer (UDP: no answer)
+    };
+
+    QString match;
+    Action action = Action::Normal;
+    QString text;
+    int delayMs = 0; // answer this much later
+    int times = 0;   // how often it fires; 0 = every time
+};
+
+struct ControllerConfig
+{
+    QString address;  // 127.x.y.z, the controller's own loopback address
+    QString hostname;
+    QString model = QStringLiteral("VESTRAL");
+    QString protocol = QStringLiteral("1.9.0");
+    QString version = QStringLiteral("2.7.1"); // system version, answered as "v2.7.1"
+    QString access = QStringLiteral("full");
+    QString canSlave = QStringLiteral("yes");
+    bool online = true;
+    int offlineAfterMs = 0; // > 0: goes offline this long after start
+
+    // Cascade state; any controller has it, the master's is what the host sees.
+    bool master = false; // also listens on TCP for the host
+    QString cascadeAvailable = QStringLiteral("yes");
+    QString configChangeable = QStringLiteral("yes");
+    QString scanSlavesLan = QStringLiteral("yes");
+    QString wolSlaves = QStringLiteral("no");
+    QStringList connected;  // addresses of the connected slaves
+    int scanDurationMs = 1000;
+
+    QList<Fault> faults;
+};
+
+struct Scenario
+{
+    QList<ControllerConfig> controllers;
+
+    // Reads and checks a scenario file. On failure returns false with a
+    // message in *error.
+    bool load(const QString &path, QString *error);
+    bool parse(const QByteArray &json, QString *error);
+
+    const ControllerConfig *find(const QString &address) const;
+    const ControllerConfig *findByHostname(const QString &hostname) const;
+};
+
+// Whether text is a dotted IPv4 address inside 127.0.0.0/8.
+bool isLoopbackAddress(const QString &text);
