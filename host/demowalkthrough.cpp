@@ -5,6 +5,8 @@
 #include <QDialog>
 #include <QDir>
 #include <QFile>
+#include <QLineEdit>
+#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QTableWidget>
@@ -34,8 +36,9 @@ QString cell(QTableWidget *t, int row, int col)
 
 } // namespace
 
-DemoWalkthrough::DemoWalkthrough(MainWindow *window, const QString &outDir, QObject *parent)
-    : QObject(parent), m_window(window), m_outDir(outDir)
+DemoWalkthrough::DemoWalkthrough(MainWindow *window, const QString &outDir, const QString &handAddress,
+                                 QObject *parent)
+    : QObject(parent), m_window(window), m_outDir(outDir), m_handAddress(handAddress)
 {
     m_timer.setInterval(50);
     connect(&m_timer, &QTimer::timeout, this, &DemoWalkthrough::tick);
@@ -44,9 +47,13 @@ DemoWalkthrough::DemoWalkthrough(MainWindow *window, const QString &outDir, QObj
 void DemoWalkthrough::start()
 {
     QDir().mkpath(m_outDir);
-    m_action = m_window->findMenuAction(QStringLiteral("&Cascaded System"));
+    // The module's menu entry, in the language the host runs in.
+    const char context[] = "CascadedSystemModule";
+    const char entry[] = "&Cascaded System";
+    const QString entryText = QCoreApplication::translate(context, entry);
+    m_action = m_window->findMenuAction(entryText);
     if (!m_action) {
-        finish(false, tr("no \"&Cascaded System\" entry in the menus (was the module loaded?)"));
+        finish(false, QStringLiteral("no \"%1\" entry in the menus (was the module loaded?)").arg(entryText));
         return;
     }
     shoot(m_window, QStringLiteral("00-host.png"));
@@ -68,18 +75,24 @@ void DemoWalkthrough::go(Step next)
 void DemoWalkthrough::tick()
 {
     if (m_stepClock.elapsed() > StepTimeoutMs) {
-        finish(false, tr("step %1 did not complete within %2 s").arg(int(m_step)).arg(StepTimeoutMs / 1000));
+        finish(false, QStringLiteral("step %1 did not complete within %2 s").arg(int(m_step)).arg(StepTimeoutMs / 1000));
         return;
     }
     QWidget *modal = QApplication::activeModalWidget();
+    // The dialog refuses a controller with a warning box.
+    if (auto *box = qobject_cast<QMessageBox *>(modal)) {
+        shoot(box, QStringLiteral("warning.png"));
+        finish(false, QStringLiteral("the dialog warned: %1").arg(box->text()));
+        return;
+    }
     switch (m_step) {
     case Step::FirstScan:
     case Step::SecondScan:
         // The scan progress dialog may be over before a tick sees it.
         if (isNamed(modal, ProgressDialog)) {
             shoot(modal, m_step == Step::FirstScan ? QStringLiteral("01-scan-progress.png")
-                                                   : QStringLiteral("05-rescan-progress.png"));
-            m_report << tr("scan progress dialog shown");
+                                                   : QStringLiteral("07-rescan-progress.png"));
+            m_report << QStringLiteral("scan progress dialog shown");
             m_step = m_step == Step::FirstScan ? Step::FirstDialog : Step::SecondDialog;
         } else if (isNamed(modal, SettingsDialog)) {
             m_step = m_step == Step::FirstScan ? Step::FirstDialog : Step::SecondDialog;
@@ -90,42 +103,57 @@ void DemoWalkthrough::tick()
             return;
         auto *selected = modal->findChild<QTableWidget *>(QStringLiteral("tableWidget_selected"));
         m_connectedAtStart = selected->rowCount();
-        m_report << tr("dialog opened with %1 connected and %2 available controllers")
+        m_report << QStringLiteral("dialog opened with %1 connected and %2 available controllers")
                         .arg(m_connectedAtStart)
                         .arg(modal->findChild<QTableWidget *>(QStringLiteral("tableWidget_available"))->rowCount());
         shoot(modal, QStringLiteral("02-settings-opened.png"));
         if (!clickAvailableController(modal)) {
-            finish(false, tr("no controller in the available table can become a slave"));
+            finish(false, QStringLiteral("no controller in the available table can become a slave"));
             return;
         }
-        go(Step::WaitSelectEnabled);
+        go(Step::SelectFirst);
         return;
     }
-    case Step::WaitSelectEnabled: {
-        auto *select = modal ? modal->findChild<QPushButton *>(QStringLiteral("pushButton_select")) : nullptr;
-        if (!select || !select->isEnabled())
+    case Step::SelectFirst: {
+        if (!pressSelect(modal, m_chosenIp, QStringLiteral("03-controller-selected.png")))
             return;
-        select->click();
-        auto *selected = modal->findChild<QTableWidget *>(QStringLiteral("tableWidget_selected"));
-        if (selected->rowCount() != m_connectedAtStart + 1) {
-            finish(false, tr("select did not add %1 to the selected table").arg(m_chosenIp));
+        // Then one that the scan did not list, by its address. The add button
+        // probes it and may warn in a box of its own: press it from the loop.
+        auto *edit = modal->findChild<QLineEdit *>(QStringLiteral("lineEdit_addSlave"));
+        auto *add = modal->findChild<QPushButton *>(QStringLiteral("pushButton_addSlave"));
+        if (!edit || !add) {
+            finish(false, QStringLiteral("the dialog has no add field or add button"));
             return;
         }
-        m_report << tr("selected %1 (%2)").arg(m_chosenName, m_chosenIp);
-        shoot(modal, QStringLiteral("03-controller-selected.png"));
+        edit->setFocus();
+        edit->setText(m_handAddress);
+        QTimer::singleShot(0, add, &QPushButton::click);
+        m_report << QStringLiteral("adding %1 by hand").arg(m_handAddress);
+        go(Step::WaitHandAdded);
+        return;
+    }
+    case Step::WaitHandAdded:
+        if (!isNamed(modal, SettingsDialog) || !clickAvailableController(modal, m_handAddress))
+            return;
+        m_report << QStringLiteral("%1 (%2) is listed as available").arg(m_chosenName, m_chosenIp);
+        shoot(modal, QStringLiteral("04-added-by-hand.png"));
+        go(Step::SelectHandAdded);
+        return;
+    case Step::SelectHandAdded:
+        if (!pressSelect(modal, m_handAddress, QStringLiteral("05-hand-added-selected.png")))
+            return;
         modal->findChild<QPushButton *>(QStringLiteral("pushButton_ok"))->click();
         go(Step::WaitClosed);
         return;
-    }
     case Step::WaitClosed:
     case Step::WaitClosedAgain:
         if (modal)
             return;
         if (m_step == Step::WaitClosed) {
-            shoot(m_window, QStringLiteral("04-after-ok.png"));
+            shoot(m_window, QStringLiteral("06-after-ok.png"));
             go(Step::OpenSecond);
         } else {
-            shoot(m_window, QStringLiteral("07-host-at-end.png"));
+            shoot(m_window, QStringLiteral("09-host-at-end.png"));
             finish(true, QString());
         }
         return;
@@ -133,17 +161,19 @@ void DemoWalkthrough::tick()
         if (!isNamed(modal, SettingsDialog) || !settingsDialogFilled(modal))
             return;
         auto *selected = modal->findChild<QTableWidget *>(QStringLiteral("tableWidget_selected"));
-        bool found = false;
+        QStringList connected;
         for (int row = 0; row < selected->rowCount(); ++row)
-            found = found || cell(selected, row, ColIp) == m_chosenIp;
-        shoot(modal, QStringLiteral("06-settings-reopened.png"));
-        if (!found) {
-            finish(false, tr("after OK, %1 is not among the connected slaves").arg(m_chosenIp));
-            return;
+            connected << cell(selected, row, ColIp);
+        shoot(modal, QStringLiteral("08-settings-reopened.png"));
+        for (const QString &ip : qAsConst(m_selectedIps)) {
+            if (!connected.contains(ip)) {
+                finish(false, QStringLiteral("after OK, %1 is not among the connected slaves").arg(ip));
+                return;
+            }
         }
-        m_report << tr("reopened: %1 is a connected slave now (%2 connected)")
-                        .arg(m_chosenIp)
-                        .arg(selected->rowCount());
+        m_report << QStringLiteral("reopened: %1 connected now (%2)")
+                        .arg(m_selectedIps.join(QStringLiteral(" and ")))
+                        .arg(connected.join(QStringLiteral(", ")));
         modal->findChild<QPushButton *>(QStringLiteral("pushButton_cancel"))->click();
         go(Step::WaitClosedAgain);
         return;
@@ -155,6 +185,26 @@ void DemoWalkthrough::tick()
     }
 }
 
+// Presses select once it is enabled for the clicked controller ip; true when
+// ip has moved into the selected table.
+bool DemoWalkthrough::pressSelect(QWidget *dlg, const QString &ip, const QString &screenshot)
+{
+    auto *select = isNamed(dlg, SettingsDialog) ? dlg->findChild<QPushButton *>(QStringLiteral("pushButton_select")) : nullptr;
+    if (!select || !select->isEnabled())
+        return false;
+    select->click();
+    auto *selected = dlg->findChild<QTableWidget *>(QStringLiteral("tableWidget_selected"));
+    const int last = selected->rowCount() - 1;
+    if (last < 0 || cell(selected, last, ColIp) != ip) {
+        finish(false, QStringLiteral("select did not add %1 to the selected table").arg(ip));
+        return false;
+    }
+    m_selectedIps << ip;
+    m_report << QStringLiteral("selected %1 (%2)").arg(cell(selected, last, ColName), ip);
+    shoot(dlg, screenshot);
+    return true;
+}
+
 // The scan is over and its result shown once the available table has rows.
 bool DemoWalkthrough::settingsDialogFilled(QWidget *dlg) const
 {
@@ -162,12 +212,13 @@ bool DemoWalkthrough::settingsDialogFilled(QWidget *dlg) const
     return available && available->rowCount() > 0 && dlg->isVisible();
 }
 
-// Clicks the first controller of the available table that can become a slave.
-bool DemoWalkthrough::clickAvailableController(QWidget *dlg)
+// Clicks the first controller of the available table that can become a
+// slave (only ip, if given); false if there is none.
+bool DemoWalkthrough::clickAvailableController(QWidget *dlg, const QString &ip)
 {
     auto *table = dlg->findChild<QTableWidget *>(QStringLiteral("tableWidget_available"));
-    for (int row = 0; row < table->rowCount(); ++row) {
-        if (cell(table, row, ColAvailable) != QLatin1String("yes"))
+    for (int row = 0; table && row < table->rowCount(); ++row) {
+        if (cell(table, row, ColAvailable) != QLatin1String("yes") || (!ip.isEmpty() && cell(table, row, ColIp) != ip))
             continue;
         m_chosenName = cell(table, row, ColName);
         m_chosenIp = cell(table, row, ColIp);
@@ -186,9 +237,9 @@ void DemoWalkthrough::shoot(QWidget *w, const QString &name)
 {
     const QString path = QDir(m_outDir).filePath(name);
     if (w->grab().save(path))
-        m_report << tr("screenshot %1").arg(name);
+        m_report << QStringLiteral("screenshot %1").arg(name);
     else
-        m_report << tr("could not write screenshot %1").arg(name);
+        m_report << QStringLiteral("could not write screenshot %1").arg(name);
 }
 
 void DemoWalkthrough::finish(bool ok, const QString &why)
@@ -196,7 +247,7 @@ void DemoWalkthrough::finish(bool ok, const QString &why)
     m_timer.stop();
     m_step = Step::Done;
     if (!ok) {
-        m_report << tr("FAILED: %1").arg(why);
+        m_report << QStringLiteral("FAILED: %1").arg(why);
         m_window->log(tr("Demo walkthrough failed: %1").arg(why));
         // Close any dialog still open so that every nested exec() returns.
         for (int guard = 0; guard < 10 && QApplication::activeModalWidget(); ++guard) {
@@ -207,7 +258,7 @@ void DemoWalkthrough::finish(bool ok, const QString &why)
                 w->close();
         }
     } else {
-        m_report << tr("walkthrough passed");
+        m_report << QStringLiteral("walkthrough passed");
         m_window->log(tr("Demo walkthrough passed"));
     }
     QFile logFile(QDir(m_outDir).filePath(QStringLiteral("messages.log")));

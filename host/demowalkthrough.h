@@ -1,7 +1,8 @@
 // The headless demo: drives the real "Cascaded System Settings" dialog the
-// way a user would (open it, wait for the LAN scan, select a controller, OK,
-// open it again), saves a screenshot of each step and the message log into
-// a folder, and ends the application with 0 when every step worked.
+// way a user would (open it, wait for the LAN scan, select a controller, add
+// one the scan did not find by hand and select it too, OK, open it again),
+// saves a screenshot of each step and the message log into a folder, and
+// ends the application with 0 when every step worked.
 #pragma once
 
 #include <QElapsedTimer>
@@ -22,7 +23,9 @@ class DemoWalkthrough : public QObject
 public:
     static constexpr int StepTimeoutMs = 30000;
 
-    DemoWalkthrough(MainWindow *window, const QString &outDir, QObject *parent = nullptr);
+    // handAddress: the controller to type into the dialog's add field.
+    DemoWalkthrough(MainWindow *window, const QString &outDir, const QString &handAddress,
+                    QObject *parent = nullptr);
 
     // Starts the walkthrough; the application exits when it ends.
     void start();
@@ -32,7 +35,9 @@ private:
         OpenFirst,
         FirstScan,
         FirstDialog,
-        WaitSelectEnabled,
+        SelectFirst,
+        WaitHandAdded,
+        SelectHandAdded,
         WaitClosed,
         OpenSecond,
         SecondScan,
@@ -44,18 +49,21 @@ private:
     void tick();
     void go(Step next);
     bool settingsDialogFilled(QWidget *dlg) const;
-    bool clickAvailableController(QWidget *dlg);
+    bool clickAvailableController(QWidget *dlg, const QString &ip = QString());
+    bool pressSelect(QWidget *dlg, const QString &ip, const QString &screenshot);
     void shoot(QWidget *w, const QString &name);
     void finish(bool ok, const QString &why);
 
     MainWindow *m_window;
     QString m_outDir;
+    QString m_handAddress;
     QPointer<QAction> m_action;
     QTimer m_timer;
     QElapsedTimer m_stepClock;
     Step m_step = Step::OpenFirst;
     QString m_chosenIp;
     QString m_chosenName;
+    QStringList m_selectedIps;
     int m_connectedAtStart = 0;
     QStringList m_report;
 };

@@ -155,7 +155,7 @@ int HostIOManager::get_parameter_int(int *value, const char *format, ...)
     va_end(args);
     int v = 0;
     if (rc == Ok && !parseInt(text, &v))
-        rc = fail(Malformed, QStringLiteral("not an integer: \"%1\"").arg(QString::fromStdString(text)));
+        rc = fail(Malformed, tr("not an integer: \"%1\"").arg(QString::fromStdString(text)));
     if (rc == Ok && value)
         *value = v;
     return rc;
@@ -170,7 +170,7 @@ int HostIOManager::get_parameter_double(double *value, const char *format, ...)
     va_end(args);
     double v = 0;
     if (rc == Ok && !parseDouble(text, &v))
-        rc = fail(Malformed, QStringLiteral("not a number: \"%1\"").arg(QString::fromStdString(text)));
+        rc = fail(Malformed, tr("not a number: \"%1\"").arg(QString::fromStdString(text)));
     if (rc == Ok && value)
         *value = v;
     return rc;
@@ -194,7 +194,7 @@ int HostIOManager::set_parameter_int(int value, const char *format, ...)
     const bool formatted = ::format(&name, format, args);
     va_end(args);
     if (!formatted)
-        return fail(BadRequest, QStringLiteral("request cannot be formatted"));
+        return fail(BadRequest, tr("request cannot be formatted"));
     std::string reply;
     return request(Kind::Write, name + ' ' + std::to_string(value), &reply);
 }
@@ -203,7 +203,7 @@ int HostIOManager::vrequest(Kind kind, std::string *result, const char *fmt, va_
 {
     std::string text;
     if (!format(&text, fmt, args))
-        return fail(BadRequest, QStringLiteral("request cannot be formatted or is too long"));
+        return fail(BadRequest, tr("request cannot be formatted or is too long"));
     return request(kind, text, result);
 }
 
@@ -219,7 +219,7 @@ int HostIOManager::request(Kind kind, const std::string &text, std::string *resu
     std::string reply;
     int rc = Ok;
     if (!isSendable(line))
-        rc = fail(BadRequest, QStringLiteral("request is empty, too long or holds a line end"));
+        rc = fail(BadRequest, tr("request is empty, too long or holds a line end"));
     else
         rc = exchange(line, &reply);
 
@@ -241,7 +241,7 @@ int HostIOManager::request(Kind kind, const std::string &text, std::string *resu
         if (v == Verdict::Error)
             rc = fail(ErrorReply, QString::fromLatin1(reply.c_str()));
         else if (v == Verdict::Malformed)
-            rc = fail(Malformed, QStringLiteral("unexpected reply: \"%1\"").arg(QString::fromLatin1(reply.c_str())));
+            rc = fail(Malformed, tr("unexpected reply: \"%1\"").arg(QString::fromLatin1(reply.c_str())));
         else
             m_lastError.clear();
     }
@@ -258,7 +258,7 @@ int HostIOManager::exchange(const std::string &line, std::string *reply)
 {
     ++m_requestCount;
     if (!ensureConnected())
-        return fail(NotConnected, QStringLiteral("cannot connect to %1:%2").arg(m_address).arg(m_port));
+        return fail(NotConnected, tr("cannot connect to %1:%2").arg(m_address).arg(m_port));
 
     QElapsedTimer clock;
     clock.start();
@@ -267,8 +267,8 @@ int HostIOManager::exchange(const std::string &line, std::string *reply)
     const int sent = vx_tcp_send(m_sock, framed.data(), int(framed.size()), slice(limitUs));
     if (sent != VX_OK) {
         drop();
-        return sent == VX_TIMEOUT ? fail(Timeout, QStringLiteral("send timed out"))
-                                  : fail(NotConnected, QStringLiteral("connection lost while sending"));
+        return sent == VX_TIMEOUT ? fail(Timeout, tr("send timed out"))
+                                  : fail(NotConnected, tr("connection lost while sending"));
     }
 
     std::string buffer;
@@ -277,18 +277,18 @@ int HostIOManager::exchange(const std::string &line, std::string *reply)
             if (!buffer.empty()) {
                 // More than one line for one request: the stream is out of step.
                 drop();
-                return fail(Malformed, QStringLiteral("more than one reply line"));
+                return fail(Malformed, tr("more than one reply line"));
             }
             return Ok;
         }
         if (buffer.size() > MaxReplyLength) {
             drop();
-            return fail(Malformed, QStringLiteral("reply line too long"));
+            return fail(Malformed, tr("reply line too long"));
         }
         const qint64 leftUs = limitUs - clock.nsecsElapsed() / 1000;
         if (leftUs <= 0) {
             drop();
-            return fail(Timeout, QStringLiteral("no reply within %1 ms").arg(m_replyTimeoutMs));
+            return fail(Timeout, tr("no reply within %1 ms").arg(m_replyTimeoutMs));
         }
         char chunk[1024];
         const int n = vx_tcp_receive(m_sock, chunk, int(sizeof chunk), slice(leftUs));
@@ -300,8 +300,8 @@ int HostIOManager::exchange(const std::string &line, std::string *reply)
             continue; // only a slice of the time-out has passed
         drop();
         if (n == VX_TIMEOUT)
-            return fail(Timeout, QStringLiteral("no reply within %1 ms").arg(m_replyTimeoutMs));
-        return fail(NotConnected, QStringLiteral("connection lost while waiting for the reply"));
+            return fail(Timeout, tr("no reply within %1 ms").arg(m_replyTimeoutMs));
+        return fail(NotConnected, tr("connection lost while waiting for the reply"));
     }
 }
 

@@ -3,7 +3,11 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QRegularExpression>
 #include <QTimer>
+#include <QTranslator>
 #include <cstdio>
 
 #include "BackendVersions.h"
@@ -11,10 +15,60 @@
 #include "hostiomanager.h"
 #include "mainwindow.h"
 
+namespace {
+
+// The value of --lang (also "--lang=xx"), read before the options are parsed
+// so that the help texts are translated too; empty without the option.
+QString languageArgument(const QStringList &args)
+{
+    for (int i = 1; i < args.size(); ++i) {
+        if (args.at(i) == QLatin1String("--lang") && i + 1 < args.size())
+            return args.at(i + 1);
+        if (args.at(i).startsWith(QLatin1String("--lang=")))
+            return args.at(i).mid(7);
+    }
+    return QString();
+}
+
+bool installTranslation(const QLocale &locale, const QString &name, const QString &folder)
+{
+    auto *translator = new QTranslator(qApp);
+    if (translator->load(locale, name, QStringLiteral("_"), folder) && QCoreApplication::installTranslator(translator))
+        return true;
+    delete translator;
+    return false;
+}
+
+// Every translation in folder for locale, whatever its name ("<name>_de.qm").
+void installTranslations(const QLocale &locale, const QString &folder)
+{
+    static const QRegularExpression languageSuffix(QStringLiteral("_[a-z]{2,3}(_[A-Z]{2})?$"));
+    QStringList names;
+    for (const QString &file : QDir(folder).entryList({QStringLiteral("*.qm")}, QDir::Files)) {
+        QString name = file.chopped(3);
+        name.remove(languageSuffix);
+        if (!names.contains(name))
+            names << name;
+    }
+    for (const QString &name : qAsConst(names))
+        installTranslation(locale, name, folder);
+}
+
+} // namespace
+
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("cascade-host"));
+
+    // Qt's own texts (dialog buttons, the help of the options) and the host's.
+    const QString language = languageArgument(app.arguments());
+    const QLocale locale = language.isEmpty() ? QLocale::system() : QLocale(language);
+    if (!language.isEmpty())
+        QLocale::setDefault(locale);
+    installTranslation(locale, QStringLiteral("qtbase"), QLibraryInfo::location(QLibraryInfo::TranslationsPath));
+    installTranslation(locale, QStringLiteral("cascadehost"),
+                       QCoreApplication::applicationDirPath() + QStringLiteral("/translations"));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QCoreApplication::translate(
@@ -41,14 +95,28 @@ int main(int argc, char *argv[])
         QCoreApplication::translate("main", "Drive the Cascaded System dialog through a walkthrough, write "
                                             "screenshots and the message log to folder, then exit."),
         QStringLiteral("folder"));
-    parser.addOptions({portOption, modulesOption, observerOption, requestsOption, demoOption});
+    const QCommandLineOption demoAddOption(
+        QStringLiteral("demo-add"),
+        QCoreApplication::translate("main", "Address of the controller the walkthrough adds by hand "
+                                            "(default 127.0.0.12)."),
+        QStringLiteral("address"), QStringLiteral("127.0.0.12"));
+    const QCommandLineOption languageOption(
+        QStringLiteral("lang"),
+        QCoreApplication::translate("main", "Language of the texts, e.g. de or en (default: the system's)."),
+        QStringLiteral("language"));
+    parser.addOptions({portOption, modulesOption, observerOption, requestsOption, demoOption, demoAddOption,
+                       languageOption});
     parser.process(app);
+    // The modules' translations live next to them.
+    installTranslations(locale, QDir(parser.value(modulesOption)).filePath(QStringLiteral("translations")));
 
     const QString address = parser.positionalArguments().value(0, QStringLiteral("127.0.0.2"));
     bool portOk = false;
     const unsigned port = parser.value(portOption).toUInt(&portOk);
     if (!portOk || port == 0 || port > 65535) {
-        std::fprintf(stderr, "cascade-host: invalid port %s\n", qPrintable(parser.value(portOption)));
+        std::fprintf(stderr, "%s\n",
+                     qPrintable(QCoreApplication::translate("main", "cascade-host: invalid port %1")
+                                    .arg(parser.value(portOption))));
         return 2;
     }
 
@@ -72,7 +140,7 @@ int main(int argc, char *argv[])
 
     DemoWalkthrough *demo = nullptr;
     if (parser.isSet(demoOption)) {
-        demo = new DemoWalkthrough(&window, parser.value(demoOption), &window);
+        demo = new DemoWalkthrough(&window, parser.value(demoOption), parser.value(demoAddOption), &window);
         QTimer::singleShot(0, demo, &DemoWalkthrough::start);
     }
     const int rc = app.exec();

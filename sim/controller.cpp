@@ -365,7 +365,7 @@ std::string SimController::answerCommand(const QString &command)
         QStringList targets;
         if (m_scanLan == Yes)
             for (const SimController *c : m_lan->controllers())
-                if (c != this)
+                if (c != this && c->config().scanVisible)
                     targets << c->address();
         for (const QString &ip : qAsConst(m_handEntered))
             if (!targets.contains(ip))
@@ -545,6 +545,18 @@ bool SimLan::start(QString *error)
         if (!c->start(error))
             return false;
     return true;
+}
+
+int SimLan::unplug()
+{
+    int n = 0;
+    for (SimController *c : qAsConst(m_controllers)) {
+        if (c->config().unplugOnSignal && c->isOnline()) {
+            c->goOffline();
+            ++n;
+        }
+    }
+    return n;
 }
 
 void SimLan::stop()

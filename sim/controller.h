@@ -112,6 +112,9 @@ public:
 
     bool start(QString *error);
     void stop();
+    // Takes every online controller marked "unplug_on_signal" offline;
+    // returns how many went.
+    int unplug();
 
     SimController *find(const QString &address) const;
     SimController *findByHostname(const QString &hostname) const;

@@ -1,6 +1,7 @@
 // cascade-sim: simulates a LAN of controllers on loopback addresses, as
 // described by a scenario file. Prints one "ready" line on stdout once every
-// socket is bound; stops cleanly on SIGINT or SIGTERM.
+// socket is bound; stops cleanly on SIGINT or SIGTERM; SIGUSR1 unplugs the
+// controllers the scenario marks "unplug_on_signal".
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QSocketNotifier>
@@ -15,9 +16,9 @@ namespace {
 
 int g_signalPipe[2] = {-1, -1};
 
-void onSignal(int)
+void onSignal(int sig)
 {
-    const char c = 1;
+    const char c = sig == SIGUSR1 ? 'u' : 'q';
     // Only async-signal-safe work here; the event loop does the rest.
     ssize_t ignored = ::write(g_signalPipe[1], &c, 1);
     (void)ignored;
@@ -31,7 +32,8 @@ bool installSignalHandlers()
     sa.sa_handler = onSignal;
     sigemptyset(&sa.sa_mask);
     sa.sa_flags = SA_RESTART;
-    return sigaction(SIGINT, &sa, nullptr) == 0 && sigaction(SIGTERM, &sa, nullptr) == 0;
+    return sigaction(SIGINT, &sa, nullptr) == 0 && sigaction(SIGTERM, &sa, nullptr) == 0
+           && sigaction(SIGUSR1, &sa, nullptr) == 0;
 }
 
 } // namespace
@@ -63,15 +65,18 @@ int main(int argc, char *argv[])
         std::perror("cascade-sim: signal handlers");
         return 1;
     }
+    SimLan lan(scenario, parser.isSet(verbose));
     QSocketNotifier notifier(g_signalPipe[0], QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated, &app, [&] {
-        char c;
-        ssize_t ignored = ::read(g_signalPipe[0], &c, 1);
-        (void)ignored;
+        char c = 'q';
+        if (::read(g_signalPipe[0], &c, 1) == 1 && c == 'u') {
+            std::printf("cascade-sim: unplugged %d controllers\n", lan.unplug());
+            std::fflush(stdout);
+            return;
+        }
         app.quit();
     });
 
-    SimLan lan(scenario, parser.isSet(verbose));
     if (!lan.start(&error)) {
         std::fprintf(stderr, "cascade-sim: %s\n", qPrintable(error));
         return 1;

@@ -77,6 +77,8 @@ bool parseController(const QJsonObject &o, ControllerConfig *c, QString *error)
     c->canSlave = yesNo(o, "can_slave", c->canSlave, error);
     c->online = o.value(QLatin1String("online")).toBool(true);
     c->offlineAfterMs = int(o.value(QLatin1String("offline_after_s")).toDouble(0) * 1000);
+    c->unplugOnSignal = o.value(QLatin1String("unplug_on_signal")).toBool(false);
+    c->scanVisible = o.value(QLatin1String("scan_visible")).toBool(true);
     c->master = o.value(QLatin1String("master")).toBool(false);
     c->cascadeAvailable = yesNo(o, "cascade_available", c->cascadeAvailable, error);
     c->configChangeable = yesNo(o, "config_changeable", c->configChangeable, error);

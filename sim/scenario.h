@@ -35,6 +35,10 @@ struct ControllerConfig
     QString canSlave = QStringLiteral("yes");
     bool online = true;
     int offlineAfterMs = 0; // > 0: goes offline this long after start
+    bool unplugOnSignal = false; // goes offline when the simulator gets SIGUSR1
+    // false: on another segment that the LAN scan does not reach; found only
+    // when entered by hand (add_scanned_slave).
+    bool scanVisible = true;
 
     // Cascade state; any controller has it, the master's is what the host sees.
     bool master = false; // also listens on TCP for the host

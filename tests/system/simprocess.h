@@ -2,28 +2,62 @@
 // waits (bounded) until it reports that every socket is bound.
 #pragma once
 
-#include <QByteArray>
+#include <QDeadlineTimer>
+#include <QFile>
 #include <QProcess>
-#include <QString>
 #include <QTemporaryDir>
+#include <csignal>
 
 class SimProcess
 {
 public:
     static constexpr int ReadyTimeoutMs = 10000;
 
-    SimProcess() = default;
-    ~SimProcess();
+    ~SimProcess() { stop(); }
 
     // Writes scenarioJson to a file and starts the simulator on it. False
     // (with the simulator's output in error()) if it is not ready in time.
-    bool start(const QByteArray &scenarioJson);
+    bool start(const QByteArray &scenarioJson)
+    {
+        QFile f(m_dir.filePath(QStringLiteral("scenario.json")));
+        if (!f.open(QIODevice::WriteOnly) || f.write(scenarioJson) != scenarioJson.size()) {
+            m_error = QStringLiteral("cannot write %1").arg(f.fileName());
+            return false;
+        }
+        f.close();
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.start(QStringLiteral(CASCADE_SIM_PATH), {f.fileName()});
+        const QDeadlineTimer deadline(ReadyTimeoutMs);
+        while (!m_output.contains("ready")) {
+            if (!m_process.waitForReadyRead(int(qMax<qint64>(1, deadline.remainingTime())))
+                && (m_process.state() == QProcess::NotRunning || deadline.hasExpired())) {
+                m_error = QStringLiteral("simulator not ready: %1 %2")
+                              .arg(m_process.errorString(), QString::fromLocal8Bit(m_output + m_process.readAll()));
+                return false;
+            }
+            m_output += m_process.readAll();
+        }
+        return true;
+    }
+
     // SIGTERM, then waits (bounded); the exit code, or -1 if it had to be killed.
-    int stop();
+    int stop()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.terminate();
+            if (!m_process.waitForFinished(5000)) {
+                m_process.kill();
+                m_process.waitForFinished(5000);
+                return -1;
+            }
+        }
+        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+    }
+
+    // SIGUSR1: the controllers marked "unplug_on_signal" go offline.
+    bool unplug() { return m_process.state() == QProcess::Running && ::kill(pid_t(m_process.processId()), SIGUSR1) == 0; }
 
     QString error() const { return m_error; }
-    QByteArray output() const { return m_output; }
-    QString scenarioPath() const { return m_dir.filePath(QStringLiteral("scenario.json")); }
 
 private:
     QTemporaryDir m_dir;

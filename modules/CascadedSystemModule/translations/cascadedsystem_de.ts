@@ -140,7 +140,7 @@ p, li { white-space: pre-wrap; }
     </message>
     <message>
         <source>&amp;wake on LAN redirected to connected slaves (not available for HARROWGLINT)</source>
-        <translation>Wa&amp;ke-on-LAN an verbundene Slaves weiterleiten (nicht verfügbar für HARROWGLINT)</translation>
+        <translation>Wa&amp;ke-on-LAN an verbundene Slaves (nicht bei HARROWGLINT)</translation>
     </message>
     <message>
         <source>&lt;!DOCTYPE HTML PUBLIC &quot;-//W3C//DTD HTML 4.0//EN&quot; &quot;http://www.w3.org/TR/REC-html40/strict.dtd&quot;&gt;
