@@ -429,6 +429,7 @@ void SimController::startScan(bool full, const QStringList &targets, int minDura
     m_fullScan = full;
     m_minElapsed = false;
     m_targets.clear();
+    m_toProbe.clear();
     m_probes.clear();
     const int generation = ++m_scanGeneration;
 
@@ -458,10 +459,34 @@ void SimController::probe(const QString &ip)
     if (!m_targets.contains(ip))
         m_targets << ip;
     m_probes[ip].ip = ip;
-    for (const char *p : ProbeParameters) {
-        const QByteArray request = QByteArray("korvane get ") + p + '\0';
-        m_prober->writeDatagram(request, QHostAddress(ip), SimProtocol::Port);
+    if (m_toProbe.contains(ip))
+        return;
+    m_toProbe << ip;
+    if (m_toProbe.size() == 1) {
+        const int generation = m_scanGeneration;
+        QTimer::singleShot(0, this, [this, generation] {
+            if (generation == m_scanGeneration)
+                sendQueuedProbes();
+        });
     }
+}
+
+void SimController::sendQueuedProbes()
+{
+    for (int n = 0; n < ProbeBatch && !m_toProbe.isEmpty() && m_prober; ++n) {
+        const QString ip = m_toProbe.takeFirst();
+        for (const char *p : ProbeParameters) {
+            const QByteArray request = QByteArray("korvane get ") + p + '\0';
+            m_prober->writeDatagram(request, QHostAddress(ip), SimProtocol::Port);
+        }
+    }
+    if (m_toProbe.isEmpty())
+        return;
+    const int generation = m_scanGeneration;
+    QTimer::singleShot(0, this, [this, generation] {
+        if (generation == m_scanGeneration)
+            sendQueuedProbes();
+    });
 }
 
 void SimController::onProbeReplies()
@@ -482,7 +507,7 @@ void SimController::onProbeReplies()
 
 void SimController::tryFinishScan()
 {
-    if (!m_scanning || !m_minElapsed)
+    if (!m_scanning || !m_minElapsed || !m_toProbe.isEmpty())
         return;
     for (const Probed &p : qAsConst(m_probes))
         if (p.values.size() < int(sizeof(ProbeParameters) / sizeof(ProbeParameters[0])))

@@ -25,6 +25,10 @@ class SimController : public QObject
 public:
     // How long a probe waits for the replies of a controller that is silent.
     static constexpr int ProbeTimeoutMs = 500;
+    // Targets probed per event-loop pass. All controllers share one thread,
+    // so the replies of a pass queue up on the probe socket until the next
+    // pass; small passes keep them within its receive buffer.
+    static constexpr int ProbeBatch = 16;
 
     SimController(const ControllerConfig &config, SimLan *lan);
     ~SimController() override;
@@ -73,6 +77,7 @@ private:
 
     void startScan(bool full, const QStringList &targets, int minDurationMs);
     void probe(const QString &ip);
+    void sendQueuedProbes();
     void tryFinishScan();
     void finishScan();
     void dropProber();
@@ -99,6 +104,7 @@ private:
     bool m_minElapsed = false;
     int m_scanGeneration = 0;
     QStringList m_targets;
+    QStringList m_toProbe; // targets whose requests are not sent yet
     QHash<QString, Probed> m_probes;
     QPointer<QUdpSocket> m_prober;
 };

@@ -25,7 +25,7 @@ QElapsedTimer g_clock;
 
 void rejectAllModals()
 {
-    // Close from the innermost modal outwards so every nested exec() returns.
+    // Innermost first, so that every nested exec() returns.
     for (int guard = 0; guard < 10; ++guard) {
         QWidget *w = QApplication::activeModalWidget();
         if (!w)
@@ -35,30 +35,25 @@ void rejectAllModals()
         else
             w->close();
         if (QApplication::activeModalWidget() == w)
-            break; // did not close; avoid spinning
+            break;
     }
 }
 
 void tick()
 {
     if (g_steps.isEmpty()) {
-        if (g_timer)
-            g_timer->stop();
+        g_timer->stop();
         return;
     }
     QWidget *w = QApplication::activeModalWidget();
-    Step &s = g_steps.head();
-    if (w && s.match(w)) {
+    if (w && g_steps.head().match(w)) {
         const Step step = g_steps.dequeue();
         g_clock.restart();
         step.act(w);
-        return;
-    }
-    if (g_clock.elapsed() > s.timeoutMs) {
+    } else if (g_clock.elapsed() > g_steps.head().timeoutMs) {
         g_failures << QStringLiteral("expected modal dialog did not appear within %1 ms (active: %2)")
-                          .arg(s.timeoutMs)
-                          .arg(w ? w->objectName() + QLatin1Char('/') + QLatin1String(w->metaObject()->className())
-                                 : QStringLiteral("none"));
+                          .arg(g_steps.head().timeoutMs)
+                          .arg(w ? w->objectName() : QStringLiteral("none"));
         g_steps.clear();
         rejectAllModals();
     }
@@ -83,8 +78,7 @@ void when(const Match &match, const Action &act, int timeoutMs)
         g_timer->setInterval(5);
         QObject::connect(g_timer, &QTimer::timeout, tick);
     }
-    if (!g_timer->isActive())
-        g_timer->start();
+    g_timer->start();
 }
 
 void when(const QString &name, const Action &act, int timeoutMs)

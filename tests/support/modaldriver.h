@@ -1,10 +1,8 @@
 // Drives modal dialogs from inside their own event loop: queue an action
 // before the call that runs exec(); the driver waits (bounded) until the
-// expected dialog is the active modal widget, acts on it, and is done.
-//
-// If the expected dialog does not show up in time, the driver records a
-// failure and rejects every modal widget, so that the exec() under test
-// returns instead of hanging. Check failures() (or use QVERIFY2 on ok()).
+// expected dialog is the active modal widget and acts on it. Queued actions
+// are served in order. If a dialog does not show up in time, the driver
+// records a failure and rejects every modal widget, so that no exec() hangs.
 #pragma once
 
 #include <QString>
@@ -17,18 +15,14 @@ namespace ModalDriver {
 using Match = std::function<bool(QWidget *)>;
 using Action = std::function<void(QWidget *)>;
 
-// Matches a modal widget by object name (exact) or, failing that, class name.
+// Matches by object name or, failing that, class name.
 Match named(const QString &objectOrClassName);
 
-// Waits until a modal widget satisfying match is active, then runs act.
-// Several calls queue up and are served one after another, in order.
 void when(const Match &match, const Action &act, int timeoutMs = 5000);
 void when(const QString &name, const Action &act, int timeoutMs = 5000);
 
-// Failures since the last reset(), and whether there were none. Also false
-// while queued actions are still waiting.
 QStringList failures();
-bool ok();
+bool ok(); // no failures and nothing left waiting
 int pending();
 void reset();
 

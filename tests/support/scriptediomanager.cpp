@@ -4,70 +4,82 @@
 #include <cstdio>
 #include <cstring>
 
+// Formats the variadic request into `request`.
+#define FORMAT_REQUEST(format)                                                                                \
+    char buf[1024];                                                                                           \
+    va_list ap;                                                                                               \
+    va_start(ap, format);                                                                                     \
+    std::vsnprintf(buf, sizeof buf, format, ap);                                                              \
+    va_end(ap);                                                                                               \
+    const QString request = QString::fromLatin1(buf)
+
 namespace {
-QString vformat(const char *format, va_list ap)
-{
-    char buf[1024];
-    std::vsnprintf(buf, sizeof buf, format, ap);
-    return QString::fromLatin1(buf);
-}
-} // namespace
-
-void ScriptedIOManager::answer(const QString &request, const QByteArray &text, int result)
-{
-    Reply r;
-    r.result = result;
-    r.text = text;
-    m_standing.insert(request, r);
-}
-
-void ScriptedIOManager::answerInt(const QString &request, int value, int result)
-{
-    Reply r;
-    r.result = result;
-    r.value = value;
-    m_standing.insert(request, r);
-}
-
-void ScriptedIOManager::fail(const QString &request, int result)
-{
-    Reply r;
-    r.result = result;
-    r.writeNothing = true;
-    m_standing.insert(request, r);
-}
-
-void ScriptedIOManager::queue(const QString &request, const Reply &reply)
-{
-    m_queued[request].enqueue(reply);
-}
-
-void ScriptedIOManager::queueInt(const QString &request, int value, int result)
-{
-    Reply r;
-    r.result = result;
-    r.value = value;
-    queue(request, r);
-}
-
-ScriptedIOManager::Reply ScriptedIOManager::lookup(const QString &request)
-{
-    auto q = m_queued.find(request);
-    if (q != m_queued.end() && !q->isEmpty())
-        return q->dequeue();
-    auto s = m_standing.constFind(request);
-    if (s != m_standing.constEnd())
-        return *s;
-    return fallback;
-}
-
-void ScriptedIOManager::writeAnswer(char *answer, const Reply &r)
+void writeText(char *answer, const ScriptedIOManager::Reply &r)
 {
     if (!answer || r.writeNothing)
         return;
     const int n = qMin(r.text.size(), 199);
     std::memcpy(answer, r.text.constData(), size_t(n));
     answer[n] = '\0';
+}
+} // namespace
+
+void ScriptedIOManager::answer(const QString &request, const QByteArray &text, int result)
+{
+    m_standing.insert(request, Reply{result, text, 0, false});
+}
+
+void ScriptedIOManager::answerInt(const QString &request, int value, int result)
+{
+    m_standing.insert(request, Reply{result, QByteArray(), value, false});
+}
+
+void ScriptedIOManager::fail(const QString &request, int result)
+{
+    m_standing.insert(request, Reply{result, QByteArray(), 0, true});
+}
+
+void ScriptedIOManager::queueInt(const QString &request, int value, int result)
+{
+    m_queued[request].enqueue(Reply{result, QByteArray(), value, result != 0});
+}
+
+void ScriptedIOManager::apply(const QStringList &overrides)
+{
+    for (const QString &o : overrides) {
+        const QString rest = o.section(QLatin1Char('='), 1);
+        answer(o.section(QLatin1Char('='), 0, 0), rest.section(QLatin1Char('|'), 1).toLatin1(),
+               rest.section(QLatin1Char('|'), 0, 0).toInt());
+    }
+}
+
+void ScriptedIOManager::scriptCascade(const QList<Slave> &connected, const QList<Slave> &scanned,
+                                      const QByteArray &scanLan, const QByteArray &wol)
+{
+    answer(QStringLiteral("config is_changeable"), "yes");
+    answer(QStringLiteral("cascade available"), "yes");
+    answer(QStringLiteral("cascade scan_slaves_lan"), scanLan);
+    answer(QStringLiteral("cascade wol_slaves"), wol);
+    answer(QStringLiteral("korvane cascade scan_slaves"), "korvane ok");
+    for (const char *w : {"scan_slaves_lan yes", "scan_slaves_lan no", "wol_slaves yes", "wol_slaves no"})
+        answer(QStringLiteral("cascade ") + QLatin1String(w), QByteArray());
+    answerInt(QStringLiteral("cascade number_of_connected_slaves"), connected.size());
+    answerInt(QStringLiteral("cascade number_of_scanned_slaves"), scanned.size());
+    for (int i = 0; i < connected.size(); ++i) {
+        const Slave &s = connected[i];
+        answer(QString::asprintf("cascade connected_slave d%02d", i + 1), s.ip.toLatin1());
+        answer(QStringLiteral("system hostname_slave ") + s.ip, s.host.toLatin1());
+        answer(QStringLiteral("cascade connected_slave_available ") + s.ip, s.available);
+    }
+    for (int i = 0; i < scanned.size(); ++i) {
+        const Slave &s = scanned[i];
+        answer(QString::asprintf("cascade scanned_slave d%02d", i + 1), s.ip.toLatin1());
+        answer(QStringLiteral("cascade scanned_slave_controller ") + s.ip, s.host.toLatin1() + " VESTRAL v2.7.0");
+        answer(QStringLiteral("cascade scanned_slave_available ") + s.ip, s.available);
+    }
+    for (const Slave &s : connected + scanned)
+        for (const char *c : {"add_slave ", "sub_slave ", "add_scanned_slave "})
+            answer(QStringLiteral("korvane cascade ") + QLatin1String(c) + s.ip, "korvane ok");
 }
 
 QStringList ScriptedIOManager::requests() const
@@ -79,23 +91,23 @@ QStringList ScriptedIOManager::requests() const
     return out;
 }
 
-QStringList ScriptedIOManager::messages() const
+QStringList ScriptedIOManager::errors() const
 {
+    const QString prefix = QStringLiteral("msg standard|VESTRAL|1|");
     QStringList out;
     for (const QString &l : log)
-        if (l.startsWith(QLatin1String("msg ")))
-            out << l.mid(4);
+        if (l.startsWith(prefix))
+            out << l.mid(prefix.size());
     return out;
 }
 
-QStringList ScriptedIOManager::errors() const
+ScriptedIOManager::Reply ScriptedIOManager::take(const QString &kind, const QString &request)
 {
-    QStringList out;
-    const QString prefix = QStringLiteral("standard|VESTRAL|1|");
-    for (const QString &m : messages())
-        if (m.startsWith(prefix))
-            out << m.mid(prefix.size());
-    return out;
+    log << kind + QLatin1Char(' ') + request;
+    auto q = m_queued.find(request);
+    if (q != m_queued.end() && !q->isEmpty())
+        return q->dequeue();
+    return m_standing.value(request, fallback);
 }
 
 int ScriptedIOManager::set_timeout(int a, int b, int c)
@@ -106,13 +118,9 @@ int ScriptedIOManager::set_timeout(int a, int b, int c)
 
 int ScriptedIOManager::send_command(char *answer, const char *format, ...)
 {
-    va_list ap;
-    va_start(ap, format);
-    const QString req = vformat(format, ap);
-    va_end(ap);
-    log << QStringLiteral("cmd ") + req;
-    const Reply r = lookup(req);
-    writeAnswer(answer, r);
+    FORMAT_REQUEST(format);
+    const Reply r = take(QStringLiteral("cmd"), request);
+    writeText(answer, r);
     return r.result;
 }
 
@@ -123,24 +131,16 @@ int ScriptedIOManager::send_line(char *answer, const char *line)
 
 int ScriptedIOManager::get_parameter(char *answer, const char *format, ...)
 {
-    va_list ap;
-    va_start(ap, format);
-    const QString req = vformat(format, ap);
-    va_end(ap);
-    log << QStringLiteral("get ") + req;
-    const Reply r = lookup(req);
-    writeAnswer(answer, r);
+    FORMAT_REQUEST(format);
+    const Reply r = take(QStringLiteral("get"), request);
+    writeText(answer, r);
     return r.result;
 }
 
 int ScriptedIOManager::get_parameter_int(int *value, const char *format, ...)
 {
-    va_list ap;
-    va_start(ap, format);
-    const QString req = vformat(format, ap);
-    va_end(ap);
-    log << QStringLiteral("getint ") + req;
-    const Reply r = lookup(req);
+    FORMAT_REQUEST(format);
+    const Reply r = take(QStringLiteral("getint"), request);
     if (value && !r.writeNothing)
         *value = r.value;
     return r.result;
@@ -148,12 +148,8 @@ int ScriptedIOManager::get_parameter_int(int *value, const char *format, ...)
 
 int ScriptedIOManager::get_parameter_double(double *value, const char *format, ...)
 {
-    va_list ap;
-    va_start(ap, format);
-    const QString req = vformat(format, ap);
-    va_end(ap);
-    log << QStringLiteral("getdouble ") + req;
-    const Reply r = lookup(req);
+    FORMAT_REQUEST(format);
+    const Reply r = take(QStringLiteral("getdouble"), request);
     if (value && !r.writeNothing)
         *value = r.value;
     return r.result;
@@ -161,29 +157,18 @@ int ScriptedIOManager::get_parameter_double(double *value, const char *format, .
 
 int ScriptedIOManager::set_parameter(const char *format, ...)
 {
-    va_list ap;
-    va_start(ap, format);
-    const QString req = vformat(format, ap);
-    va_end(ap);
-    log << QStringLiteral("set ") + req;
-    return lookup(req).result;
+    FORMAT_REQUEST(format);
+    return take(QStringLiteral("set"), request).result;
 }
 
 int ScriptedIOManager::set_parameter_int(int value, const char *format, ...)
 {
-    va_list ap;
-    va_start(ap, format);
-    const QString req = vformat(format, ap) + QStringLiteral(" %1").arg(value);
-    va_end(ap);
-    log << QStringLiteral("set ") + req;
-    return lookup(req).result;
+    FORMAT_REQUEST(format);
+    return take(QStringLiteral("set"), request + QStringLiteral(" %1").arg(value)).result;
 }
 
-void ScriptedIOManager::send_message(const char *receiver, const char *sender, int type,
-                                     const char *text)
+void ScriptedIOManager::send_message(const char *receiver, const char *sender, int type, const char *text)
 {
     log << QStringLiteral("msg %1|%2|%3|%4")
-               .arg(QString::fromLatin1(receiver), QString::fromLatin1(sender))
-               .arg(type)
-               .arg(QString::fromLatin1(text));
+               .arg(QLatin1String(receiver), QLatin1String(sender), QString::number(type), QLatin1String(text));
 }

@@ -1,12 +1,11 @@
-// An IOManager for tests: answers every request from a script and records
-// every request, time-out change and host message in the order they happen.
+// An IOManager for tests: answers every request from a script and logs every
+// request, time-out change and host message in the order they happen.
 #pragma once
 
 #include <QByteArray>
 #include <QHash>
 #include <QList>
 #include <QQueue>
-#include <QString>
 #include <QStringList>
 
 #include "IOManager.h"
@@ -14,40 +13,42 @@
 class ScriptedIOManager : public IOManager
 {
 public:
-    // One scripted answer: the operation's result and, for text and integer
-    // requests, the answer written into the caller's buffer or int.
     struct Reply
     {
         int result = 0;
-        QByteArray text; // written with its NUL; cut at 199 bytes like a host would
-        int value = 0;   // for get_parameter_int
-        bool writeNothing = false; // on failure, leave the buffer untouched
+        QByteArray text;           // written with its NUL, cut at 199 bytes like a host would
+        int value = 0;             // for the integer reads
+        bool writeNothing = false; // leave the caller's buffer untouched
+    };
+    struct Slave
+    {
+        QString host, ip;
+        QByteArray available = "yes";
     };
 
-    // Kinds of recorded events, used as the prefix of each log line:
-    // "get <text>", "getint <text>", "set <text>", "cmd <text>",
-    // "timeout a,b,c", "msg receiver|sender|type|text".
+    // Log lines: "get|getint|getdouble|set|cmd <request>", "timeout a,b,c",
+    // "msg receiver|sender|type|text".
     QStringList log;
+    Reply fallback{1, QByteArray(), 0, true}; // what an unscripted request gets
 
-    // Answers by the fully formatted request text. A queue answers one
-    // request each and then falls back to the standing answer, if any.
+    // Standing answers by the formatted request; a queued answer is used once first.
     void answer(const QString &request, const QByteArray &text, int result = 0);
     void answerInt(const QString &request, int value, int result = 0);
     void fail(const QString &request, int result = 1);
-    void queue(const QString &request, const Reply &reply);
     void queueInt(const QString &request, int value, int result = 0);
+    // Overrides written "request=result|reply".
+    void apply(const QStringList &overrides);
+    // A healthy controller: not locked, cascade available, the scan finishes at
+    // once, the given connected and scanned controllers, every write and
+    // add/sub command succeeds.
+    void scriptCascade(const QList<Slave> &connected, const QList<Slave> &scanned,
+                       const QByteArray &scanLan = "no", const QByteArray &wol = "no");
 
-    // What an unscripted request gets: by default result 1 (failure).
-    Reply fallback{1, QByteArray(), 0, true};
-
-    // Convenience filters over the log.
-    QStringList requests() const;    // everything but "msg" lines
-    QStringList messages() const;    // "msg" lines without the prefix
-    QStringList errors() const;      // texts of "standard"/"VESTRAL"/1 messages
+    QStringList requests() const; // the log without "msg" lines
+    QStringList errors() const;   // texts of the error reports ("standard|VESTRAL|1|...")
     int count(const QString &line) const { return log.count(line); }
     void clearLog() { log.clear(); }
 
-    // IOManager
     bool is_connected() const override { return true; }
     int set_timeout(int a, int b, int c) override;
     int send_command(char *answer, const char *format, ...) override;
@@ -66,8 +67,7 @@ public:
     void send_message(const char *receiver, const char *sender, int type, const char *text) override;
 
 private:
-    Reply lookup(const QString &request);
-    static void writeAnswer(char *answer, const Reply &r);
+    Reply take(const QString &kind, const QString &request);
 
     QHash<QString, Reply> m_standing;
     QHash<QString, QQueue<Reply>> m_queued;

@@ -6,6 +6,7 @@
 #include <QMessageBox>
 #include <QRegExp>
 #include <QRegExpValidator>
+#include <QSet>
 #include <QTableWidgetItem>
 
 #include <algorithm>
@@ -64,7 +65,7 @@ QString cellText(const QTableWidget *table, int row, int column)
     return item ? item->text() : QString();
 }
 
-void setupTable(QTableWidget *table)
+void setupTable(QTableWidget *table, int rowHeight)
 {
     table->setColumnCount(3);
     table->setRowCount(0);
@@ -74,6 +75,8 @@ void setupTable(QTableWidget *table)
     // Let rows be as low as the lowest row height in use; the header's own
     // minimum follows the font and would otherwise win.
     table->verticalHeader()->setMinimumSectionSize(RowHeightAvailable);
+    // Every row gets the table's height as it is created, with no per-row resize.
+    table->verticalHeader()->setDefaultSectionSize(rowHeight);
     QHeaderView *header = table->horizontalHeader();
     header->setSectionHidden(ColAvailable, true);
     header->setSectionsClickable(false);
@@ -84,12 +87,17 @@ void setupTable(QTableWidget *table)
     table->setColumnWidth(ColName, NameColumnWidth);
 }
 
-void fillRow(QTableWidget *table, int row, const SlaveInfo *slave, int height)
+// Items are coloured before they are inserted: a change after insertion
+// costs the model a change notice per item.
+void fillRow(QTableWidget *table, int row, const SlaveInfo *slave, const QBrush *foreground = nullptr)
 {
-    table->setItem(row, ColName, new QTableWidgetItem(slave->hostname()));
-    table->setItem(row, ColIp, new QTableWidgetItem(slave->ip()));
-    table->setItem(row, ColAvailable, new QTableWidgetItem(slave->availableStr()));
-    table->setRowHeight(row, height);
+    const QString texts[] = {slave->hostname(), slave->ip(), slave->availableStr()};
+    for (int column = ColName; column <= ColAvailable; ++column) {
+        auto *item = new QTableWidgetItem(texts[column]);
+        if (foreground)
+            item->setForeground(*foreground);
+        table->setItem(row, column, item);
+    }
 }
 
 void deleteAll(QList<SlaveInfo *> &list)
@@ -295,25 +303,26 @@ void CascadedSettingsDlg::on_pushButton_update_clicked()
 
 void CascadedSettingsDlg::setup_tableWidget_available()
 {
-    setupTable(ui.tableWidget_available);
+    setupTable(ui.tableWidget_available, RowHeightAvailable);
 }
 
 void CascadedSettingsDlg::setup_tableWidget_selected()
 {
-    setupTable(ui.tableWidget_selected);
+    setupTable(ui.tableWidget_selected, RowHeightSelected);
 }
 
 void CascadedSettingsDlg::update_tableWidget_available()
 {
     QTableWidget *table = ui.tableWidget_available;
+    const QBrush grey(Qt::gray);
+    table->setUpdatesEnabled(false);
     table->clearContents();
     table->setRowCount(list_availableSlaves.size());
     for (int i = 0; i < list_availableSlaves.size(); ++i) {
         const SlaveInfo *slave = list_availableSlaves.at(i);
-        fillRow(table, i, slave, RowHeightAvailable);
-        if (!slave->available())
-            setRowForeground(table, i, Qt::gray);
+        fillRow(table, i, slave, slave->available() ? nullptr : &grey);
     }
+    table->setUpdatesEnabled(true);
 }
 
 void CascadedSettingsDlg::update_tableWidget_selected()
@@ -322,7 +331,7 @@ void CascadedSettingsDlg::update_tableWidget_selected()
     table->clearContents();
     table->setRowCount(list_primarySelectedSlaves.size());
     for (int i = 0; i < list_primarySelectedSlaves.size(); ++i)
-        fillRow(table, i, list_primarySelectedSlaves.at(i), RowHeightSelected);
+        fillRow(table, i, list_primarySelectedSlaves.at(i));
 }
 
 // ---- Connected slaves ------------------------------------------------------------------
@@ -410,6 +419,12 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
     timerUpdateAvailableSlaves.stop();
     deleteAll(list_availableSlaves);
 
+    // Controllers already in the selected table are greyed.
+    QSet<QString> selectedIps;
+    const QTableWidget *selected = ui.tableWidget_selected;
+    for (int row = 0; row < selected->rowCount(); ++row)
+        selectedIps.insert(cellText(selected, row, ColIp));
+
     for (int i = 1; i <= count; ++i) {
         // The results of these reads are not judged; each buffer is cleared
         // first so that a failed read yields an empty text, never stale bytes.
@@ -425,14 +440,8 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
 
         const QString hostname = QString::fromUtf8(description).section(QLatin1Char(' '), 0, 0);
         auto *slave = new SlaveInfo(hostname, QString::fromUtf8(ip), QString::fromUtf8(available));
-
-        const QTableWidget *selected = ui.tableWidget_selected;
-        for (int row = 0; row < selected->rowCount(); ++row) {
-            if (cellText(selected, row, ColIp) == slave->ip()) {
-                slave->setAvailable(false);
-                break;
-            }
-        }
+        if (selectedIps.contains(slave->ip()))
+            slave->setAvailable(false);
         list_availableSlaves.append(slave);
     }
 
@@ -498,7 +507,7 @@ void CascadedSettingsDlg::on_pushButton_select_clicked()
     QTableWidget *selected = ui.tableWidget_selected;
     const int n = selected->rowCount();
     selected->setRowCount(n + 1);
-    fillRow(selected, n, list_availableSlaves.at(iRow), RowHeightSelected);
+    fillRow(selected, n, list_availableSlaves.at(iRow));
 
     setRowForeground(available, iRow, Qt::gray);
     available->setCurrentCell(-1, 0);

@@ -1,58 +1,38 @@
-// Adding a slave by hand: the address checks, the UDP probe of the named
-// controller against responders on 127.0.7.x:50105, the warning boxes, the
-// command to the connected controller and the refresh that follows.
+// Adding a slave by hand: the address checks and the UDP probe of the named
+// controller against responders on 127.0.7.x:50105.
+#include <QMessageBox>
 #include <QtTest>
 #include <arpa/inet.h>
 #include <atomic>
-#include <utility>
 #include <dirent.h>
 #include <memory>
 #include <mutex>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
-#include "slavetests.h"
+#include "BackendVersions.h"
+#include "cascadedsettingsdlg.h"
+#include "guitest.h"
+#include "scriptediomanager.h"
 
-using namespace SlaveTests;
-
-// Every datagram this process sends goes through here: the tests record the
-// destinations and refuse anything outside 127.0.0.0/8, so that no test can
-// ever put a probe on a real network.
+// Every datagram of this process passes here: destinations are recorded and
+// anything outside 127.0.0.0/8 is refused, so no probe reaches a real network.
 namespace {
-struct Sent
-{
-    quint32 ip;
-    quint16 port;
-};
 std::mutex g_sentLock;
-QList<Sent> g_sent;
+QList<QPair<quint32, quint16>> g_sent;
 int g_blocked = 0;
-
-QList<Sent> sentSince(int from)
-{
-    std::lock_guard<std::mutex> l(g_sentLock);
-    return g_sent.mid(from);
-}
-int sentCount()
-{
-    std::lock_guard<std::mutex> l(g_sentLock);
-    return g_sent.size();
-}
 } // namespace
 
-extern "C" ssize_t sendto(int fd, const void *buf, size_t len, int flags, const struct sockaddr *to,
-                          socklen_t tolen)
+extern "C" ssize_t sendto(int fd, const void *buf, size_t len, int flags, const struct sockaddr *to, socklen_t tolen)
 {
     if (to && to->sa_family == AF_INET) {
         const auto *in = reinterpret_cast<const sockaddr_in *>(to);
-        const quint32 ip = ntohl(in->sin_addr.s_addr);
         std::lock_guard<std::mutex> l(g_sentLock);
-        g_sent << Sent{ip, ntohs(in->sin_port)};
-        if ((ip >> 24) != 127) {
+        g_sent << qMakePair(quint32(ntohl(in->sin_addr.s_addr)), quint16(ntohs(in->sin_port)));
+        if ((g_sent.last().first >> 24) != 127) {
             ++g_blocked;
             errno = EPERM;
             return -1;
@@ -63,120 +43,104 @@ extern "C" ssize_t sendto(int fd, const void *buf, size_t len, int flags, const 
 
 namespace {
 
-// Open sockets of this process.
 int openSockets()
 {
     int n = 0;
     DIR *d = opendir("/proc/self/fd");
     while (dirent *e = readdir(d)) {
         char link[64] = {};
-        const QByteArray path = QByteArray("/proc/self/fd/") + QByteArray(e->d_name);
-        if (readlink(path.constData(), link, sizeof link - 1) > 0 && qstrncmp(link, "socket:", 7) == 0)
-            ++n;
+        if (readlink((QByteArray("/proc/self/fd/") + QByteArray(e->d_name)).constData(), link, sizeof link - 1) > 0)
+            n += qstrncmp(link, "socket:", 7) == 0;
     }
     closedir(d);
     return n;
 }
 
+QList<QPair<quint32, quint16>> sentSince(int from)
+{
+    std::lock_guard<std::mutex> l(g_sentLock);
+    return g_sent.mid(from);
+}
+
 QByteArray z(const QByteArray &text) { return text + '\0'; }
 
 // A controller's probe port on its own loopback address, answered from a
-// thread of its own (the probe blocks the GUI thread while it waits).
-// Requests are keyed by their text without the zero byte; an unknown
-// request, or one mapped to a null array, gets no reply.
+// thread (the probe blocks the GUI thread). Requests are keyed without their
+// zero byte; a null reply means silence.
 class Responder
 {
 public:
     QHash<QByteArray, QByteArray> replies;
-    QByteArray replyFrom; // reply from a socket on this address instead
+    QList<QByteArray> received;
 
-    explicit Responder(const QByteArray &addr) : m_addr(addr) {}
-    ~Responder() { stop(); }
-
-    bool start()
+    bool start(const QByteArray &addr, const QByteArray &replyFrom)
     {
-        m_fd = bound(m_addr, 50105);
+        m_fd = bound(addr, 50105);
         m_replyFd = replyFrom.isEmpty() ? m_fd : bound(replyFrom, 0);
         if (m_fd < 0 || m_replyFd < 0)
             return false;
         m_thread = std::thread([this] { run(); });
         return true;
     }
-    void stop()
+    ~Responder()
     {
         m_stop = true;
         if (m_thread.joinable())
             m_thread.join();
-        if (m_replyFd >= 0 && m_replyFd != m_fd)
-            ::close(m_replyFd);
-        if (m_fd >= 0)
-            ::close(m_fd);
-        m_fd = m_replyFd = -1;
+        for (int fd : {m_replyFd == m_fd ? -1 : m_replyFd, m_fd})
+            if (fd >= 0)
+                ::close(fd);
     }
-    QList<QByteArray> received()
+    QList<QByteArray> seen()
     {
         std::lock_guard<std::mutex> l(m_lock);
-        return m_received;
+        return received;
     }
 
 private:
     static int bound(const QByteArray &addr, quint16 port)
     {
-        const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-        const int one = 1;
+        const int fd = ::socket(AF_INET, SOCK_DGRAM, 0), one = 1;
         ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
         sockaddr_in a{};
         a.sin_family = AF_INET;
         a.sin_port = htons(port);
         ::inet_pton(AF_INET, addr.constData(), &a.sin_addr);
-        if (::bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0) {
-            ::close(fd);
-            return -1;
-        }
-        return fd;
+        if (::bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) == 0)
+            return fd;
+        ::close(fd);
+        return -1;
     }
     void run()
     {
         while (!m_stop) {
             pollfd p{m_fd, POLLIN, 0};
-            if (::poll(&p, 1, 20) <= 0)
-                continue;
             char buf[2048];
             sockaddr_in from{};
             socklen_t fl = sizeof from;
-            const ssize_t n = ::recvfrom(m_fd, buf, sizeof buf, 0, reinterpret_cast<sockaddr *>(&from), &fl);
+            const ssize_t n = ::poll(&p, 1, 20) > 0 ? ::recvfrom(m_fd, buf, sizeof buf, 0, reinterpret_cast<sockaddr *>(&from), &fl) : -1;
             if (n < 0)
                 continue;
             const QByteArray req(buf, int(n));
             {
                 std::lock_guard<std::mutex> l(m_lock);
-                m_received << req;
+                received << req;
             }
-            QByteArray key = req;
-            if (key.endsWith('\0'))
-                key.chop(1);
-            const QByteArray reply = replies.value(key);
+            const QByteArray reply = replies.value(req.endsWith('\0') ? req.left(req.size() - 1) : req);
             if (!reply.isNull())
-                ::sendto(m_replyFd, reply.constData(), size_t(reply.size()), 0,
-                         reinterpret_cast<sockaddr *>(&from), fl);
+                ::sendto(m_replyFd, reply.constData(), size_t(reply.size()), 0, reinterpret_cast<sockaddr *>(&from), fl);
         }
     }
 
-    QByteArray m_addr;
     int m_fd = -1, m_replyFd = -1;
     std::atomic<bool> m_stop{false};
     std::thread m_thread;
     std::mutex m_lock;
-    QList<QByteArray> m_received;
 };
 
-const QByteArray GetVersion = z("korvane get system version");
-const QByteArray GetAccess = z("korvane get system access");
-const QByteArray GetCanSlave = z("korvane get system can_slave");
-const QByteArray Silent; // null: no reply
-
+const QByteArray GetVersion = z("korvane get system version"), GetAccess = z("korvane get system access"),
+                 GetCanSlave = z("korvane get system can_slave");
 QByteArray version(const char *v) { return z(QByteArray("korvane set system version ") + v); }
-
 const QString NotValid = "IP address or hostname is not valid";
 const QString AlreadyListed = "IP address is already as a Cascaded System slave available";
 const QString NotAvailable = "IP address is not available as a Cascaded System slave";
@@ -187,45 +151,48 @@ class CascadedSettingsDlgTest : public QObject
 {
     Q_OBJECT
 
-private:
-    ScriptedIOManager *iom = nullptr;
-    BackendVersions be = backend();
-    QWidget *host = nullptr;
+    std::unique_ptr<ScriptedIOManager> iom;
+    std::unique_ptr<QWidget> host;
+    BackendVersions be{VersionInfo(2, 1, 0), VersionInfo(2, 0, 0), VersionInfo(2, 1, 0), "VESTRAL"};
     std::unique_ptr<CascadedSettingsDlg> dlg;
 
-    // Types text into the add field and presses the add button; returns the
-    // warning boxes shown meanwhile.
-    QList<BoxCatcher::Box> add(const QString &text)
+    // Types text, presses the add button and returns the texts of the warning
+    // boxes shown meanwhile (each closed with OK).
+    QStringList add(const QString &text)
     {
-        BoxCatcher boxes;
+        QStringList boxes;
+        QTimer catcher;
+        QPointer<QMessageBox> last;
+        connect(&catcher, &QTimer::timeout, [&] {
+            auto *b = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            if (!b || b == last)
+                return;
+            last = b;
+            boxes << b->text();
+            QVERIFY(b->windowTitle() == "VESTRAL" && b->icon() == QMessageBox::Warning
+                    && b->standardButtons() == QMessageBox::Ok);
+            b->button(QMessageBox::Ok)->click();
+        });
+        catcher.start(5);
         dlg->ui.lineEdit_addSlave->setText(text);
         dlg->ui.pushButton_addSlave->click();
-        return boxes.boxes;
+        return boxes;
     }
 
 private slots:
-    void initTestCase() { installWarningTrap(); }
+    void initTestCase() { GuiTest::install(); }
     void init()
     {
-        iom = new ScriptedIOManager;
-        host = new QWidget;
-        scriptController(*iom, {}, {});
-        dlg.reset(new CascadedSettingsDlg(iom, host, &be));
+        iom.reset(new ScriptedIOManager);
+        host.reset(new QWidget);
+        dlg.reset(new CascadedSettingsDlg(iom.get(), host.get(), &be));
     }
     void cleanup()
     {
         dlg.reset();
-        delete host;
-        delete iom;
-        QVERIFY2(trappedWarnings().isEmpty(), qPrintable(trappedWarnings().join('\n')));
-        int blocked = 0;
-        {
-            std::lock_guard<std::mutex> l(g_sentLock);
-            blocked = std::exchange(g_blocked, 0);
-        }
-        QVERIFY2(blocked == 0, "a datagram to an address outside 127.0.0.0/8 was attempted");
-        for (QWidget *w : QApplication::topLevelWidgets())
-            QVERIFY2(!w->isVisible(), qPrintable("left open: " + w->objectName()));
+        VERIFY_CLEAN();
+        std::lock_guard<std::mutex> l(g_sentLock);
+        QVERIFY2(std::exchange(g_blocked, 0) == 0, "a datagram to an address outside 127.0.0.0/8 was attempted");
     }
 
     void addressForm_data()
@@ -234,17 +201,12 @@ private slots:
         QTest::addColumn<bool>("dotted");
         QTest::addColumn<bool>("lastAllowed");
         QTest::newRow("address") << "192.168.1.20" << true << true;
-        QTest::newRow("last 1") << "10.0.0.1" << true << true;
-        QTest::newRow("last 254") << "10.0.0.254" << true << true;
         QTest::newRow("last 0") << "192.168.1.0" << true << false;
         QTest::newRow("last 255") << "192.168.1.255" << true << false;
         QTest::newRow("three dots") << "..." << true << false;
-        QTest::newRow("long component") << "1234.5.6.7" << true << true;
         QTest::newRow("two dots") << "1.2.3" << false << false;
         QTest::newRow("four dots") << "1.2.3.4.5" << false << true;
-        QTest::newRow("hostname") << "ctrl-a.lab" << false << false;
-        QTest::newRow("letters and three dots") << "a.b.c.d" << false << false;
-        QTest::newRow("last not a number") << "1.2.3.x" << false << false;
+        QTest::newRow("letters") << "a.b.c.d" << false << false;
     }
     void addressForm()
     {
@@ -255,161 +217,100 @@ private slots:
         QCOMPARE(dlg->isLastPartOfIpAllowed(text), lastAllowed);
     }
 
-    // Texts refused before any socket is opened or any datagram sent.
-    void refusedWithoutTraffic_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("last 0") << "192.168.1.0";
-        QTest::newRow("last 255") << "192.168.1.255";
-        QTest::newRow("three dots") << "...";
-    }
+    // Refused before any socket is opened or any datagram sent.
     void refusedWithoutTraffic()
     {
-        QFETCH(QString, text);
-        const int sockets = openSockets();
-        const int sent = sentCount();
-        const QList<BoxCatcher::Box> boxes = add(text);
-        QCOMPARE(sentSince(sent).size(), 0);
-        QCOMPARE(openSockets(), sockets);
-        QCOMPARE(boxes.size(), 1);
-        QCOMPARE(boxes[0].text, NotValid);
+        for (const char *text : {"192.168.1.0", "192.168.1.255"}) {
+            const int sockets = openSockets(), sent = sentSince(0).size();
+            QCOMPARE(add(text), QStringList{NotValid});
+            QCOMPARE(sentSince(sent).size(), 0);
+            QCOMPARE(openSockets(), sockets);
+        }
         QCOMPARE(iom->log, QStringList());
         QVERIFY(!dlg->bSomethingChanged);
     }
 
-    // The probe against a responder: validation (version, access), the list
-    // check, then eligibility (access, version, can_slave).
+    // Validation (version, access), the list check, then eligibility
+    // (access, version, can_slave); one datagram per request.
     void probe_data()
     {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QByteArray>("addr");
-        QTest::addColumn<QString>("listed");   // an address already in the available list
+        QTest::addColumn<bool>("listed");
         QTest::addColumn<QByteArray>("ver");
         QTest::addColumn<QByteArray>("acc");
         QTest::addColumn<QByteArray>("can");
-        QTest::addColumn<QByteArray>("from");   // reply from this address
-        QTest::addColumn<QString>("box");       // expected warning, empty: added
-        QTest::addColumn<int>("seen");          // datagrams the responder receives
-
+        QTest::addColumn<QByteArray>("from");
+        QTest::addColumn<int>("addResult");
+        QTest::addColumn<QString>("box"); // empty: added
+        QTest::addColumn<int>("seen");
         const QByteArray v26 = version("v2.6.0"), full = z("korvane set system access full"),
                          yes = z("korvane set system can_slave yes"), none;
-        const QString ok; // no warning: the controller is added
-        auto row = [](const char *name, const char *typed, const char *addr, const char *listed,
-                      const QByteArray &ver, const QByteArray &acc, const QByteArray &can,
-                      const QByteArray &from, const QString &box, int seen) {
-            QTest::newRow(name) << QString(typed) << QByteArray(addr) << QString(listed) << ver << acc
-                                << can << from << box << seen;
+        auto row = [](const char *name, const char *typed, const char *addr, bool listed, const QByteArray &ver,
+                      const QByteArray &acc, const QByteArray &can, const QByteArray &from, int addResult,
+                      const QString &box, int seen) {
+            QTest::newRow(name) << QString(typed) << QByteArray(addr) << listed << ver << acc << can << from
+                                << addResult << box << seen;
         };
-        row("2.6.0 accepted", "127.0.7.254", "127.0.7.254", "", v26, full, yes, none, ok, 5);
-        row("3.0.0 accepted", "127.0.7.2", "127.0.7.2", "", version("v3.0.0"), full, yes, none, ok, 5);
-        row("2.5.9 refused", "127.0.7.3", "127.0.7.3", "", version("v2.5.9"), full, yes, none, NotAvailable, 4);
-        row("1.9.0 refused", "127.0.7.4", "127.0.7.4", "", version("v1.9.0"), full, yes, none, NotAvailable, 4);
-        row("version without three numbers", "127.0.7.5", "127.0.7.5", "", version("v2.6"), full, yes, none,
-            NotAvailable, 4);
-        row("access read", "127.0.7.6", "127.0.7.6", "", v26, z("korvane set system access read"), yes, none,
-            NotAvailable, 3);
-        row("access full with blank", "127.0.7.7", "127.0.7.7", "", v26, z("korvane set system access full "), yes,
-            none, NotAvailable, 3);
-        row("can_slave no", "127.0.7.8", "127.0.7.8", "", v26, full, z("korvane set system can_slave no"), none,
+        row("2.6.0 accepted", "127.0.7.254", "127.0.7.254", false, v26, full, yes, none, 0, "", 5);
+        row("reply from another address", "127.0.7.2", "127.0.7.2", false, v26, full, yes, "127.0.7.102", 0, "", 5);
+        row("add command fails", "127.0.7.3", "127.0.7.3", false, v26, full, yes, none, 1, "", 5);
+        row("2.5.9", "127.0.7.4", "127.0.7.4", false, version("v2.5.9"), full, yes, none, 0, NotAvailable, 4);
+        row("version without patch", "127.0.7.5", "127.0.7.5", false, version("v2.6"), full, yes, none, 0, NotAvailable, 4);
+        row("access full and blank", "127.0.7.6", "127.0.7.6", false, v26, z("korvane set system access full "), yes,
+            none, 0, NotAvailable, 3);
+        row("can_slave no", "127.0.7.7", "127.0.7.7", false, v26, full, z("korvane set system can_slave no"), none, 0,
             NotAvailable, 5);
-        row("can_slave silent", "127.0.7.9", "127.0.7.9", "", v26, full, Silent, none, NotAvailable, 5);
-        row("no reply", "127.0.7.10", "127.0.7.10", "", Silent, full, yes, none, NotValid, 1);
-        row("access silent", "127.0.7.11", "127.0.7.11", "", v26, Silent, yes, none, NotValid, 2);
-        row("version reply of 300 bytes", "127.0.7.12", "127.0.7.12", "", v26.leftJustified(300, '\0'), full, yes,
-            none, NotValid, 1);
-        row("version reply of 299 bytes", "127.0.7.13", "127.0.7.13", "", v26.leftJustified(299, '\0'), full, yes,
-            none, ok, 5);
-        row("26-byte version reply", "127.0.7.14", "127.0.7.14", "", "korvane set system version", full, yes, none,
-            NotValid, 1);
-        row("reply from another host", "127.0.7.15", "127.0.7.15", "", v26, full, yes, "127.0.7.115", ok, 5);
-        row("already listed", "127.0.7.16", "127.0.7.16", "127.0.7.16", v26, full, yes, none, AlreadyListed, 2);
-        // 127.0.1793 is the resolver's short form of 127.0.7.1.
-        row("name of a listed controller", "127.0.1793", "127.0.7.1", "127.0.7.1", v26, full, yes, none,
-            AlreadyListed, 2);
-        // Dotted text is compared as typed: 042 (octal, 34) is not 34.
-        row("dotted text as typed", "127.0.7.042", "127.0.7.34", "127.0.7.34", v26, full, yes, none, ok, 5);
+        row("no reply", "127.0.7.8", "127.0.7.8", false, QByteArray(), full, yes, none, 0, NotValid, 1);
+        row("access silent", "127.0.7.9", "127.0.7.9", false, v26, QByteArray(), yes, none, 0, NotValid, 2);
+        row("reply fills the buffer", "127.0.7.10", "127.0.7.10", false, v26.leftJustified(300, '\0'), full, yes, none,
+            0, NotValid, 1);
+        row("reply without its zero byte", "127.0.7.11", "127.0.7.11", false, "korvane set system version", full, yes,
+            none, 0, NotValid, 1);
+        row("already listed", "127.0.7.12", "127.0.7.12", true, v26, full, yes, none, 0, AlreadyListed, 2);
+        // The resolver's short form of 127.0.7.1 is compared by its address.
+        row("name of a listed controller", "127.0.1793", "127.0.7.1", true, v26, full, yes, none, 0, AlreadyListed, 2);
     }
     void probe()
     {
         QFETCH(QString, typed);
         QFETCH(QByteArray, addr);
-        QFETCH(QString, listed);
+        QFETCH(bool, listed);
         QFETCH(QByteArray, ver);
         QFETCH(QByteArray, acc);
         QFETCH(QByteArray, can);
         QFETCH(QByteArray, from);
+        QFETCH(int, addResult);
         QFETCH(QString, box);
         QFETCH(int, seen);
+        Responder r;
+        r.replies = {{GetVersion.left(GetVersion.size() - 1), ver}, {GetAccess.left(GetAccess.size() - 1), acc},
+                     {GetCanSlave.left(GetCanSlave.size() - 1), can}};
+        QVERIFY2(r.start(addr, from), "cannot bind the responder");
+        if (listed)
+            dlg->list_availableSlaves << new SlaveInfo("listed", addr, "yes");
+        iom->scriptCascade({}, {{"manual", addr}});
+        iom->answer("korvane cascade add_scanned_slave " + typed, "korvane ok", addResult);
+        const int sockets = openSockets(), sent = sentSince(0).size();
 
-        Responder r(addr);
-        r.replies.insert("korvane get system version", ver);
-        r.replies.insert("korvane get system access", acc);
-        r.replies.insert("korvane get system can_slave", can);
-        r.replyFrom = from;
-        QVERIFY2(r.start(), "cannot bind the responder");
-        if (!listed.isEmpty())
-            dlg->list_availableSlaves << new SlaveInfo("listed", listed, "yes");
-        iom->answer("korvane cascade add_scanned_slave " + typed, "korvane ok");
-        iom->answerInt("cascade number_of_scanned_slaves", 1);
-        iom->answer("cascade scanned_slave d01", addr);
-        iom->answer("cascade scanned_slave_controller " + addr, "manual x");
-        iom->answer("cascade scanned_slave_available " + addr, "yes");
-        const int sockets = openSockets();
-        const int sent = sentCount();
+        QCOMPARE(add(typed), box.isEmpty() ? QStringList() : QStringList{box});
 
-        const QList<BoxCatcher::Box> boxes = add(typed);
-
-        const QList<QByteArray> got = r.received();
         QCOMPARE(openSockets(), sockets); // every probe socket closed
-        const QList<QByteArray> order{GetVersion, GetAccess, GetAccess, GetVersion, GetCanSlave};
-        QCOMPARE(got, order.mid(0, seen));
+        QCOMPARE(r.seen(), (QList<QByteArray>{GetVersion, GetAccess, GetAccess, GetVersion, GetCanSlave}.mid(0, seen)));
         int probes = 0;
-        for (const Sent &s : sentSince(sent))
-            if (s.port == 50105) {
-                QCOMPARE(s.ip, quint32(ntohl(inet_addr(addr.constData()))));
-                ++probes;
-            }
-        QCOMPARE(probes, seen); // one datagram per request, nothing retried
-        QCOMPARE(dlg->ui.lineEdit_addSlave->text(), typed);
+        for (const auto &s : sentSince(sent))
+            probes += s.second == 50105 && s.first == ntohl(inet_addr(addr.constData()));
+        QCOMPARE(probes, seen);
         QCOMPARE(dlg->cursor().shape(), Qt::ArrowCursor);
+        QCOMPARE(dlg->bSomethingChanged, box.isEmpty());
         if (!box.isEmpty()) {
-            QCOMPARE(boxes.size(), 1);
-            QCOMPARE(boxes[0].title, QString("VESTRAL"));
-            QCOMPARE(boxes[0].text, box);
-            QCOMPARE(boxes[0].buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-            QCOMPARE(boxes[0].icon, QMessageBox::Warning);
             QCOMPARE(iom->log, QStringList());
-            QVERIFY(!dlg->bSomethingChanged);
-            QVERIFY(!dlg->timerUpdateAvailableSlaves.isActive());
             return;
         }
-        QCOMPARE(boxes.size(), 0);
-        QCOMPARE(iom->log, QStringList({"cmd korvane cascade add_scanned_slave " + typed}));
-        QVERIFY(dlg->bSomethingChanged);
-        QVERIFY(dlg->timerUpdateAvailableSlaves.isActive());
+        QCOMPARE(iom->log.first(), "cmd korvane cascade add_scanned_slave " + typed);
+        QCOMPARE(iom->errors(), addResult ? QStringList{"Error: Unable to add Cascaded System slave " + typed} : QStringList());
         QCOMPARE(dlg->timerUpdateAvailableSlaves.interval(), 100);
-        // The refresh fetches the controller's scan result with the new entry.
-        QTRY_COMPARE_WITH_TIMEOUT(rows(dlg->ui.tableWidget_available),
-                                  QStringList({"manual|" + QString(addr) + "|yes"}), 2000);
-    }
-
-    // A failing add command is reported; the change and the refresh follow
-    // as on success.
-    void addCommandFails()
-    {
-        Responder r("127.0.7.30");
-        r.replies.insert("korvane get system version", version("v2.7.1"));
-        r.replies.insert("korvane get system access", z("korvane set system access full"));
-        r.replies.insert("korvane get system can_slave", z("korvane set system can_slave yes"));
-        QVERIFY(r.start());
-        iom->fail("korvane cascade add_scanned_slave 127.0.7.30");
-        const QList<BoxCatcher::Box> boxes = add("127.0.7.30");
-        QCOMPARE(boxes.size(), 0);
-        QCOMPARE(iom->errors(), QStringList({"Error: Unable to add Cascaded System slave 127.0.7.30"}));
-        QVERIFY(dlg->bSomethingChanged);
-        QVERIFY(dlg->timerUpdateAvailableSlaves.isActive());
-        QTRY_VERIFY_WITH_TIMEOUT(iom->log.contains("getint cascade number_of_scanned_slaves"), 2000);
-        QVERIFY(!dlg->timerUpdateAvailableSlaves.isActive());
+        QTRY_COMPARE_WITH_TIMEOUT(GuiTest::rows(dlg->ui.tableWidget_available), QStringList({"manual|" + addr + "|yes"}), 2000);
     }
 };
 

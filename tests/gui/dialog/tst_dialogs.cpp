@@ -1,0 +1,367 @@
+// The settings dialog's opening, version gates, lock, unavailable state and
+// closing without applying; and the scan progress dialog.
+#include <QCheckBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTableWidget>
+#include <QtTest>
+
+#include "BackendVersions.h"
+#include "cascadedsettingsdlg.h"
+#include "endlessprogressdlg.h"
+#include "guitest.h"
+#include "scriptediomanager.h"
+
+using GuiTest::openAndRun;
+
+namespace {
+const QString Scan = QStringLiteral("cmd korvane cascade scan_slaves");
+const QString Poll = QStringLiteral("getint cascade number_of_scanned_slaves");
+const QString ScanYes = QStringLiteral("set cascade scan_slaves_lan yes");
+const QString ScanNo = QStringLiteral("set cascade scan_slaves_lan no");
+const int Fails = -1000; // a poll answer that fails instead
+
+QStringList writes(const QStringList &log) { return log.filter(QRegularExpression(QStringLiteral("^set "))); }
+QImage image(const QIcon &icon) { return icon.pixmap(48, 48).toImage().convertToFormat(QImage::Format_ARGB32); }
+} // namespace
+
+Q_DECLARE_METATYPE(QList<int>)
+
+class CascadedSettingsDlgTest : public QObject
+{
+    Q_OBJECT
+
+    ScriptedIOManager iom;
+    BackendVersions versions;
+    QWidget host;
+    QIcon hostIcon;
+
+    void setProtocol(int major, int minor, int patch)
+    {
+        versions = BackendVersions(VersionInfo(2, 0, 0), VersionInfo(major, minor, patch), VersionInfo(2, 0, 0),
+                                   QStringLiteral("VESTRAL"));
+    }
+    bool refreshed(CascadedSettingsDlg &dlg)
+    {
+        return QTest::qWaitFor([&] { return !dlg.timerUpdateAvailableSlaves.isActive(); }, 3000);
+    }
+    void verifyUnavailable(CascadedSettingsDlg &dlg)
+    {
+        const auto guarded = dlg.findChildren<QWidget *>(
+            QRegularExpression(QStringLiteral("^(checkBox|label_[sa]|table|pushButton_[^c]|lineEdit)")));
+        QCOMPARE(guarded.size(), 13);
+        for (QWidget *w : guarded)
+            QVERIFY2(!w->isEnabled(), qPrintable(w->objectName()));
+        QVERIFY(dlg.ui.pushButton_cancel->isEnabled());
+        QVERIFY(dlg.ui.label_error->isVisible());
+        QVERIFY(dlg.ui.label_error->text().contains(QLatin1String("Cascaded System is not available!")));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        GuiTest::install();
+        QPixmap red(16, 16);
+        red.fill(Qt::red);
+        hostIcon = QIcon(red);
+        host.setWindowIcon(hostIcon);
+    }
+    void init()
+    {
+        iom = ScriptedIOManager();
+        setProtocol(1, 9, 0);
+    }
+    void cleanup() { VERIFY_CLEAN(); }
+
+    // The opening reads everything and scans once, in this order, before the
+    // dialog shows; setting the check boxes neither writes nor counts as a change.
+    void openingSequence_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<bool>("on");
+        QTest::newRow("on") << QByteArray("yes") << true;
+        QTest::newRow("near misses") << QByteArray("Yes") << false;
+        QTest::newRow("line end") << QByteArray("yes\n") << false;
+    }
+    void openingSequence()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(bool, on);
+        iom.scriptCascade({}, {}, answer, answer);
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        bool hiddenDuringScan = false;
+        ModalDriver::when(QStringLiteral("EndlessProgressDlgClass"), [&](QWidget *w) {
+            hiddenDuringScan = !dlg.isVisible() && w->parentWidget() == &host;
+        });
+        QCOMPARE(openAndRun(&dlg, nullptr, [&] {
+                     QVERIFY(refreshed(dlg));
+                     QCOMPARE(iom.log, (QStringList{"get config is_changeable", "get cascade available",
+                                                    "get cascade scan_slaves_lan", Scan, Poll,
+                                                    "getint cascade number_of_connected_slaves",
+                                                    "get cascade wol_slaves", Poll}));
+                     QCOMPARE(dlg.ui.checkBox_scanLan->isChecked(), on);
+                     QCOMPARE(dlg.ui.checkBox_wol->isChecked(), on);
+                     QVERIFY(!dlg.bSomethingChanged);
+                     QVERIFY(dlg.timerConntectedSlavesAvailable.isActive());
+                     QTest::keyClick(dlg.ui.tableWidget_available, Qt::Key_Return); // no default button
+                     QVERIFY(dlg.isVisible());
+                     dlg.ui.pushButton_cancel->click();
+                 }),
+                 0);
+        QVERIFY(hiddenDuringScan);
+        QVERIFY(!dlg.timerConntectedSlavesAvailable.isActive());
+        QCOMPARE(writes(iom.log), QStringList());
+        QCOMPARE(iom.errors(), QStringList());
+    }
+
+    // The controller answers "no" to "cascade available": every row ends in
+    // the unavailable state; what differs is what is asked and reported.
+    void versionGates_data()
+    {
+        QTest::addColumn<int>("minor");
+        QTest::addColumn<int>("patch");
+        QTest::addColumn<bool>("asksLock");
+        QTest::addColumn<bool>("tooOld");
+        QTest::newRow("1.6.99") << 6 << 99 << false << true;
+        QTest::newRow("1.6.-1") << 6 << -1 << false << true;
+        QTest::newRow("1.7.0") << 7 << 0 << false << false;
+        QTest::newRow("1.9.-2") << 9 << -2 << false << false;
+        QTest::newRow("1.9.-1") << 9 << -1 << true << false;
+        QTest::newRow("1.10.0") << 10 << 0 << true << false;
+    }
+    void versionGates()
+    {
+        QFETCH(int, minor);
+        QFETCH(int, patch);
+        QFETCH(bool, asksLock);
+        QFETCH(bool, tooOld);
+        setProtocol(1, minor, patch);
+        iom.answer(QStringLiteral("config is_changeable"), "no");
+        iom.answer(QStringLiteral("cascade available"), "no");
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        QCOMPARE(openAndRun(&dlg, nullptr, [&] {
+                     verifyUnavailable(dlg);
+                     QTest::keyClick(&dlg, Qt::Key_Escape);
+                 }),
+                 0);
+        QStringList expected;
+        if (asksLock)
+            expected << QStringLiteral("get config is_changeable");
+        if (!tooOld)
+            expected << QStringLiteral("get cascade available");
+        QCOMPARE(iom.log.filter(QRegularExpression(QStringLiteral("^(get|cmd|set)"))), expected);
+        QCOMPARE(iom.errors(), tooOld ? QStringList{QStringLiteral("Error: Version of the Controller (pv v1.6) is too old ")}
+                                      : QStringList());
+        QCOMPARE(dlg.m_is_config_locked, asksLock);
+    }
+
+    void availability_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<int>("result");
+        QTest::newRow("yes and blank") << QByteArray("yes ") << 0;
+        QTest::newRow("read fails") << QByteArray("yes") << 1;
+    }
+    void availability()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(int, result);
+        iom.scriptCascade({}, {});
+        iom.answer(QStringLiteral("cascade available"), answer, result);
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        QCOMPARE(openAndRun(&dlg, nullptr, [&] { verifyUnavailable(dlg); }), -1);
+        QCOMPARE(iom.count(Scan), 0);
+        QCOMPARE(iom.errors().size(), result);
+    }
+
+    void configLock_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<int>("result");
+        QTest::addColumn<bool>("locked");
+        QTest::newRow("no") << QByteArray("no") << 0 << true;
+        QTest::newRow("no and blank") << QByteArray("no ") << 0 << false;
+        QTest::newRow("read fails") << QByteArray("no") << 1 << false;
+    }
+    void configLock()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(int, result);
+        QFETCH(bool, locked);
+        iom.scriptCascade({}, {}, "yes", "yes");
+        iom.answer(QStringLiteral("config is_changeable"), answer, result);
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        openAndRun(&dlg, nullptr, [&] {
+            QVERIFY(refreshed(dlg));
+            QVERIFY(image(dlg.windowIcon()) == image(locked ? QIcon(QStringLiteral(":/lock.png")) : hostIcon));
+            for (QWidget *w : {(QWidget *)dlg.ui.pushButton_ok, (QWidget *)dlg.ui.checkBox_scanLan,
+                               (QWidget *)dlg.ui.checkBox_wol, (QWidget *)dlg.ui.pushButton_select})
+                QVERIFY2(w->isEnabled() == (!locked && w != dlg.ui.pushButton_select), qPrintable(w->objectName()));
+            for (QWidget *w : {(QWidget *)dlg.ui.tableWidget_available, (QWidget *)dlg.ui.pushButton_update,
+                               (QWidget *)dlg.ui.pushButton_addSlave})
+                QVERIFY2(w->isEnabled(), qPrintable(w->objectName()));
+        });
+        QCOMPARE(iom.errors(), QStringList()); // an unreadable lock is not reported
+    }
+
+    // Every opening asks again; one that finds the cascade unavailable keeps
+    // the previous lists, disabled.
+    void reopening()
+    {
+        iom.scriptCascade({{"ctrl5", "10.0.0.5"}}, {});
+        iom.answer(QStringLiteral("config is_changeable"), "no");
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        openAndRun(&dlg, nullptr, [&] { QVERIFY(!dlg.ui.pushButton_ok->isEnabled()); });
+        iom.answer(QStringLiteral("config is_changeable"), "yes");
+        openAndRun(&dlg, nullptr, [&] {
+            QVERIFY(dlg.ui.pushButton_ok->isEnabled());
+            QVERIFY(image(dlg.windowIcon()) == image(hostIcon));
+        });
+        iom.answer(QStringLiteral("cascade available"), "no");
+        openAndRun(&dlg, nullptr, [&] {
+            verifyUnavailable(dlg);
+            QCOMPARE(GuiTest::rows(dlg.ui.tableWidget_selected), QStringList{"ctrl5|10.0.0.5|yes"});
+        });
+        QCOMPARE(iom.count(Scan), 2);
+        QCOMPARE(iom.count(QStringLiteral("get config is_changeable")), 3);
+        QCOMPARE(iom.count(QStringLiteral("getint cascade number_of_connected_slaves")), 2);
+    }
+
+    // The scan-LAN option is written at once and rescans; closing without OK
+    // writes the opening value back only if it differs.
+    void scanLanOption_data()
+    {
+        QTest::addColumn<QByteArray>("atOpening");
+        QTest::addColumn<int>("toggles");
+        QTest::addColumn<QString>("closeBy");
+        QTest::addColumn<QString>("failing");
+        QTest::addColumn<QStringList>("expected");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("untouched") << QByteArray("no") << 0 << "cancel" << "" << QStringList() << "";
+        QTest::newRow("on, cancel") << QByteArray("no") << 1 << "cancel" << "" << QStringList{ScanYes, ScanNo} << "";
+        QTest::newRow("off, escape") << QByteArray("yes") << 1 << "escape" << "" << QStringList{ScanNo, ScanYes} << "";
+        QTest::newRow("on, close button") << QByteArray("no") << 1 << "close" << "" << QStringList{ScanYes, ScanNo} << "";
+        QTest::newRow("on and off, cancel") << QByteArray("no") << 2 << "cancel" << "" << QStringList{ScanYes, ScanNo} << "";
+        QTest::newRow("on, OK keeps it") << QByteArray("no") << 1 << "ok" << "" << QStringList{ScanYes} << "";
+        QTest::newRow("switching fails") << QByteArray("no") << 1 << "cancel" << ScanYes << QStringList{ScanYes}
+                                         << "Error: Unable to enable scan LAN for the Cascaded System";
+        QTest::newRow("restoring fails") << QByteArray("yes") << 1 << "cancel" << ScanYes
+                                         << QStringList{ScanNo, ScanYes}
+                                         << "Error: Unable to enable scan LAN for the Cascaded System";
+    }
+    void scanLanOption()
+    {
+        QFETCH(QByteArray, atOpening);
+        QFETCH(int, toggles);
+        QFETCH(QString, closeBy);
+        QFETCH(QString, failing);
+        QFETCH(QStringList, expected);
+        QFETCH(QString, error);
+        iom.scriptCascade({}, {}, atOpening);
+        if (!failing.isEmpty())
+            iom.fail(failing.mid(4));
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        const int result = openAndRun(&dlg, nullptr, [&] {
+            QVERIFY(refreshed(dlg));
+            for (int i = 0; i < toggles; ++i)
+                dlg.ui.checkBox_scanLan->click(); // a rescan each time its switch succeeds
+            if (closeBy == QLatin1String("cancel"))
+                dlg.ui.pushButton_cancel->click();
+            else if (closeBy == QLatin1String("escape"))
+                QTest::keyClick(&dlg, Qt::Key_Escape);
+            else if (closeBy == QLatin1String("close"))
+                dlg.close();
+            else
+                dlg.ui.pushButton_ok->click();
+        });
+        QCOMPARE(result, closeBy == QLatin1String("ok") ? 1 : 0);
+        QCOMPARE(writes(iom.log), expected);
+        QCOMPARE(iom.count(Scan), 1 + (failing == ScanYes && atOpening == "no" ? 0 : toggles));
+        QCOMPARE(iom.errors(), error.isEmpty() ? QStringList() : QStringList{error});
+        QVERIFY(!dlg.timerUpdateAvailableSlaves.isActive() && !dlg.timerConntectedSlavesAvailable.isActive());
+    }
+
+    // Update runs the progress dialog on top of the open dialog, then the
+    // available-list refresh 100 ms later.
+    void updateRescans()
+    {
+        iom.scriptCascade({}, {});
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        openAndRun(&dlg, nullptr, [&] {
+            QVERIFY(refreshed(dlg));
+            iom.clearLog();
+            dlg.ui.pushButton_update->click(); // the progress dialog closes itself
+            QVERIFY(dlg.timerUpdateAvailableSlaves.isActive());
+            QCOMPARE(dlg.timerUpdateAvailableSlaves.interval(), 100);
+            QVERIFY(refreshed(dlg));
+            QCOMPARE(iom.requests(), (QStringList{Scan, Poll, Poll}));
+        });
+    }
+
+    // The progress dialog polls every 500 ms and closes itself on a count of
+    // 0 or more; a failed poll is reported every time.
+    void progressPolls_data()
+    {
+        QTest::addColumn<QList<int>>("counts");
+        QTest::newRow("0 at once") << QList<int>{0};
+        QTest::newRow("running, failing, then 3") << QList<int>{-1, Fails, -5, Fails, 3};
+    }
+    void progressPolls()
+    {
+        QFETCH(QList<int>, counts);
+        iom.answer(QStringLiteral("korvane cascade scan_slaves"), "korvane ok");
+        for (int c : counts)
+            iom.queueInt(Poll.mid(7), c == Fails ? 0 : c, c == Fails);
+        EndlessProgressDlg dlg(&host, &iom);
+        QElapsedTimer clock;
+        clock.start();
+        QTimer::singleShot(15000, &dlg, &QDialog::reject);
+        QCOMPARE(dlg.update_and_exec(), 1);
+        QVERIFY(clock.elapsed() >= 450 * counts.size()); // timers may fire up to 5 % early
+        QCOMPARE(iom.requests(), QStringList{Scan} + QVector<QString>(counts.size(), Poll).toList());
+        QCOMPARE(iom.errors(), QVector<QString>(counts.count(Fails), "Error: Unable to get number of slaves").toList());
+    }
+
+    // Without a started scan nothing polls and the dialog waits for the user.
+    void progressFailedStart_data()
+    {
+        QTest::addColumn<int>("result");
+        QTest::addColumn<QByteArray>("reply");
+        QTest::newRow("send failed") << 1 << QByteArray("korvane ok");
+        QTest::newRow("trailing blank") << 0 << QByteArray("korvane ok ");
+    }
+    void progressFailedStart()
+    {
+        QFETCH(int, result);
+        QFETCH(QByteArray, reply);
+        iom.answer(QStringLiteral("korvane cascade scan_slaves"), reply, result);
+        iom.answerInt(Poll.mid(7), 0);
+        EndlessProgressDlg dlg(&host, &iom);
+        bool stayed = false;
+        ModalDriver::when(QStringLiteral("EndlessProgressDlgClass"), [&](QWidget *w) {
+            stayed = !QSignalSpy(&dlg, &QDialog::finished).wait(1300);
+            QTest::keyClick(w, Qt::Key_Escape);
+        });
+        QCOMPARE(dlg.update_and_exec(), 0);
+        QVERIFY(stayed);
+        QCOMPARE(iom.requests(), QStringList{Scan});
+        QCOMPARE(iom.errors(), QStringList{"Error: Unable to start scan for Controller as slaves"});
+    }
+
+    void progressClosedByHand()
+    {
+        iom.answer(QStringLiteral("korvane cascade scan_slaves"), "korvane ok");
+        iom.answerInt(Poll.mid(7), -1); // the scan never ends
+        EndlessProgressDlg dlg(&host, &iom);
+        ModalDriver::when(QStringLiteral("EndlessProgressDlgClass"), [&](QWidget *w) {
+            QVERIFY(QTest::qWaitFor([&] { return iom.count(Poll) >= 2; }, 5000));
+            w->close();
+        });
+        QCOMPARE(dlg.update_and_exec(), 0);
+        QCOMPARE(iom.errors(), QStringList());
+    }
+};
+
+QTEST_MAIN(CascadedSettingsDlgTest)
+#include "tst_dialogs.moc"

@@ -1,0 +1,439 @@
+// The slave records and tables, the connected and available lists, select
+// and deselect, and applying the arranged cascade on OK.
+#include <QtTest>
+#include <algorithm>
+#include <memory>
+
+#include "BackendVersions.h"
+#include "cascadedsettingsdlg.h"
+#include "guitest.h"
+#include "scriptediomanager.h"
+
+using namespace GuiTest;
+using Slave = ScriptedIOManager::Slave;
+
+namespace {
+const QString Timeout = "timeout 0,20000,0";
+const QStringList Notices{"msg GlobalEvent|Korvane|2|New Hardware",
+                          "msg Main_Window|CascadedSystemModule|1|CascadedSettingsChanged"};
+QString err(const char *text) { return QString("msg standard|VESTRAL|1|") + text; }
+QStringList column(const QTableWidget *t, int c)
+{
+    QStringList out;
+    for (const QString &r : rows(t))
+        out << r.section('|', c, c);
+    return out;
+}
+const Slave A{"ctrlA", "10.1.0.1"}, B{"ctrlB", "10.1.0.2"}, C{"ctrlC", "10.1.0.3"}, D{"ctrlD", "10.1.0.4"};
+} // namespace
+
+class CascadedSettingsDlgTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<ScriptedIOManager> iom;
+    std::unique_ptr<QWidget> host;
+    BackendVersions be;
+    std::unique_ptr<CascadedSettingsDlg> dlg;
+
+    void makeDialog(const QString &model = "VESTRAL")
+    {
+        be = BackendVersions(VersionInfo(2, 1, 0), VersionInfo(2, 0, 0), VersionInfo(2, 1, 0), model);
+        dlg.reset(new CascadedSettingsDlg(iom.get(), host.get(), &be));
+    }
+    void fillLists()
+    {
+        dlg->update_listPrimarySelectedSlaves();
+        dlg->update_listAvailableSlaves();
+    }
+    QTableWidget *selected() { return dlg->ui.tableWidget_selected; }
+    QTableWidget *available() { return dlg->ui.tableWidget_available; }
+    QString buttons()
+    {
+        return QString(dlg->ui.pushButton_select->isEnabled() ? "S" : "-") + (dlg->ui.pushButton_deselect->isEnabled() ? "D" : "-");
+    }
+    // The user's steps: "sel <ip>", "desel <ip>", "wol <state>", "rescan <ip>"
+    // (the controller's scan result now holds that one only).
+    void perform(const QStringList &steps)
+    {
+        for (const QString &step : steps) {
+            const QString what = step.section(' ', 0, 0), arg = step.section(' ', 1);
+            if (what == "wol") {
+                dlg->ui.checkBox_wol->setCheckState(Qt::CheckState(arg.toInt()));
+            } else if (what == "rescan") {
+                iom->answerInt("cascade number_of_scanned_slaves", 1);
+                iom->answer("cascade scanned_slave d01", arg.toLatin1());
+                dlg->update_listAvailableSlaves();
+            } else {
+                QTableWidget *t = what == "sel" ? available() : selected();
+                clickRow(t, rowOfIp(t, arg));
+                QVERIFY2(buttons().contains(what == "sel" ? "S" : "D"), qPrintable(step));
+                (what == "sel" ? dlg->ui.pushButton_select : dlg->ui.pushButton_deselect)->click();
+            }
+        }
+    }
+
+private slots:
+    void initTestCase() { install(); }
+    void init()
+    {
+        iom.reset(new ScriptedIOManager);
+        host.reset(new QWidget);
+    }
+    void cleanup()
+    {
+        dlg.reset();
+        VERIFY_CLEAN();
+    }
+
+    // Only the exact text "no" is unavailable; names sort ignoring case.
+    void slaveInfo()
+    {
+        QList<SlaveInfo *> l;
+        for (const char *a : {"no", "No", "", "no "})
+            l << new SlaveInfo(QString("h%1").arg(a), "10.0.0.1", a);
+        QCOMPARE(QList<bool>({l[0]->available(), l[1]->available(), l[2]->available(), l[3]->available()}),
+                 QList<bool>({false, true, true, true}));
+        qDeleteAll(l);
+        l.clear();
+        for (const char *n : {"beta", "Alpha", "", "alpha2", "ALPHA"})
+            l << new SlaveInfo(n, "10.0.0.1", "yes");
+        std::sort(l.begin(), l.end(), SlaveInfo::sortAscendingByHostname);
+        QStringList names;
+        for (SlaveInfo *s : l)
+            names << s->hostname().toLower();
+        QCOMPARE(names, QStringList({"", "alpha", "alpha", "alpha2", "beta"}));
+        QVERIFY(!SlaveInfo::sortAscendingByHostname(l[1], l[2]) && !SlaveInfo::sortAscendingByHostname(l[2], l[1]));
+        qDeleteAll(l);
+    }
+
+    // The connected list replaces what the table showed, then the poll marks
+    // every slave whose answer is not exactly "yes".
+    void connectedList_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QStringList>("overrides");
+        QTest::addColumn<QStringList>("expectRows");
+        QTest::addColumn<QStringList>("expectColours");
+        QTest::addColumn<QStringList>("errors");
+        QStringList twelve;
+        for (int i = 1; i <= 12; ++i)
+            twelve << QString("ctrl%1|10.2.0.%1|yes").arg(i);
+        QTest::newRow("twelve") << 12 << QStringList() << twelve << QStringList(QVector<QString>(12, "default").toList())
+                                << QStringList();
+        QTest::newRow("failures")
+            << 4
+            << QStringList{"cascade connected_slave d02=1|", "system hostname_slave 10.2.0.1=1|",
+                           "cascade connected_slave_available 10.2.0.3=0|yes ",
+                           "cascade connected_slave_available 10.2.0.4=1|yes"}
+            << QStringList{"unknown|10.2.0.1|yes", "ctrl3|10.2.0.3|no", "ctrl4|10.2.0.4|no"}
+            << QStringList{"default", "red", "red"}
+            << QStringList{"Error: Unable to get the IP address of the connected Cascaded System slave"};
+        QTest::newRow("count fails") << 2 << QStringList{"cascade number_of_connected_slaves=1|"} << QStringList()
+                                     << QStringList() << QStringList{"Error: Unable to get the number of the connected slaves"};
+    }
+    void connectedList()
+    {
+        QFETCH(int, count);
+        QFETCH(QStringList, overrides);
+        QFETCH(QStringList, expectRows);
+        QFETCH(QStringList, expectColours);
+        QFETCH(QStringList, errors);
+        QList<Slave> connected;
+        for (int i = 1; i <= count; ++i)
+            connected << Slave{QString("ctrl%1").arg(i), QString("10.2.0.%1").arg(i)};
+        iom->scriptCascade(connected, {});
+        iom->apply(overrides);
+        makeDialog();
+        dlg->list_primarySelectedSlaves << new SlaveInfo("stale", "10.9.9.9", "yes");
+        dlg->update_tableWidget_selected();
+        dlg->update_listPrimarySelectedSlaves();
+        QStringList asked;
+        for (int i = 1; i <= count && !overrides.join(' ').contains("number_of"); ++i)
+            asked << QString::asprintf("get cascade connected_slave d%02d", i);
+        QCOMPARE(iom->log.filter("get cascade connected_slave d"), asked);
+        QCOMPARE(rows(selected()), expectRows);
+        QCOMPARE(colours(selected()), expectColours);
+        QCOMPARE(iom->errors(), errors);
+        QCOMPARE(dlg->list_primarySelectedSlaves.size(), expectRows.size());
+    }
+
+    // Connected ctrl1..ctrl3; the user selects ctrl4, deselects ctrl2 and
+    // selects it again. The poll covers the rows above the first row that is
+    // not a connected slave, and a red row stays red.
+    void pollStopsAtFirstNewRow()
+    {
+        iom->scriptCascade({{"ctrl1", "10.3.0.1"}, {"ctrl2", "10.3.0.2"}, {"ctrl3", "10.3.0.3"}}, {{"ctrl4", "10.3.0.4"}});
+        makeDialog();
+        fillLists();
+        perform({"sel 10.3.0.4", "desel 10.3.0.2", "sel 10.3.0.2"});
+        QCOMPARE(column(selected(), 1), QStringList({"10.3.0.1", "10.3.0.3", "10.3.0.4", "10.3.0.2"}));
+        iom->clearLog();
+        iom->answer("cascade connected_slave_available 10.3.0.3", "no");
+        dlg->updateConnectedSlaveAvailability();
+        QCOMPARE(iom->requests(), QStringList({"get cascade connected_slave_available 10.3.0.1",
+                                               "get cascade connected_slave_available 10.3.0.3"}));
+        iom->answer("cascade connected_slave_available 10.3.0.3", "yes");
+        dlg->updateConnectedSlaveAvailability();
+        QCOMPARE(colours(selected()), QStringList({"default", "red", "default", "default"}));
+        QCOMPARE(column(selected(), 2), QStringList({"yes", "no", "yes", "yes"}));
+    }
+
+    // While the count is negative the scan runs: the list stays, the timer too.
+    void availableWaitsWhileScanRuns()
+    {
+        iom->scriptCascade({}, {{"old", "10.4.0.9"}});
+        makeDialog();
+        dlg->update_listAvailableSlaves();
+        iom->scriptCascade({}, {{"b", "10.4.0.2"}, {"a", "10.4.0.1"}});
+        iom->queueInt("cascade number_of_scanned_slaves", -1);
+        dlg->timerUpdateAvailableSlaves.start(100);
+        iom->clearLog();
+        dlg->update_listAvailableSlaves();
+        QCOMPARE(iom->requests(), QStringList({"getint cascade number_of_scanned_slaves"}));
+        QCOMPARE(rows(available()), QStringList({"old|10.4.0.9|yes"}));
+        QVERIFY(dlg->timerUpdateAvailableSlaves.isActive());
+        dlg->update_listAvailableSlaves();
+        QCOMPARE(rows(available()), QStringList({"a|10.4.0.1|yes", "b|10.4.0.2|yes"}));
+        QVERIFY(!dlg->timerUpdateAvailableSlaves.isActive());
+    }
+
+    // Entries "ip;description;availability"; "-" makes that request fail.
+    void availableRebuild_data()
+    {
+        QTest::addColumn<QStringList>("entries");
+        QTest::addColumn<int>("countResult");
+        QTest::addColumn<QStringList>("expectRows");
+        QTest::addColumn<QStringList>("expectColours");
+        QTest::newRow("name is the first word, sorted, availability")
+            << QStringList{"10.4.0.1;ctrl-b rack 2;yes", "10.4.0.2;Ctrl-A rack;no", "10.4.0.3; lead;No",
+                           "10.5.0.1;sel;yes"}
+            << 0 << QStringList{"|10.4.0.3|yes", "Ctrl-A|10.4.0.2|no", "ctrl-b|10.4.0.1|yes", "sel|10.5.0.1|no"}
+            << QStringList{"default", "grey", "default", "grey"};
+        // A failed request leaves an empty text, never the previous answer.
+        QTest::newRow("failures after a good entry")
+            << QStringList{"10.4.0.1;alpha x;no", "-;-;-"} << 0 << QStringList{"||yes", "alpha|10.4.0.1|no"}
+            << QStringList{"default", "grey"};
+        QTest::newRow("count fails") << QStringList{"10.4.0.1;a;yes"} << 1 << QStringList() << QStringList();
+    }
+    void availableRebuild()
+    {
+        QFETCH(QStringList, entries);
+        QFETCH(int, countResult);
+        QFETCH(QStringList, expectRows);
+        QFETCH(QStringList, expectColours);
+        iom->answerInt("cascade number_of_scanned_slaves", entries.size(), countResult);
+        QStringList asked{"getint cascade number_of_scanned_slaves"};
+        for (int i = 0; i < entries.size() && !countResult; ++i) {
+            const QStringList f = entries[i].split(';');
+            const QString ip = f[0] == "-" ? "" : f[0];
+            const QStringList req{QString::asprintf("cascade scanned_slave d%02d", i + 1),
+                                  "cascade scanned_slave_controller " + ip, "cascade scanned_slave_available " + ip};
+            for (int k = 0; k < 3; ++k) {
+                f[k] == "-" ? iom->fail(req[k]) : iom->answer(req[k], f[k].toLatin1());
+                asked << "get " + req[k];
+            }
+        }
+        makeDialog();
+        dlg->list_primarySelectedSlaves << new SlaveInfo("sel", "10.5.0.1", "yes");
+        dlg->list_availableSlaves << new SlaveInfo("stale", "10.9.9.9", "yes");
+        dlg->update_tableWidget_selected();
+        dlg->update_tableWidget_available();
+        dlg->timerUpdateAvailableSlaves.start(100);
+        dlg->update_listAvailableSlaves();
+        QCOMPARE(iom->requests(), asked);
+        QCOMPARE(rows(available()), expectRows);
+        QCOMPARE(colours(available()), expectColours);
+        QCOMPARE(dlg->list_availableSlaves.size(), expectRows.size());
+        QVERIFY(!dlg->timerUpdateAvailableSlaves.isActive());
+        QCOMPARE(iom->errors().size(), countResult);
+    }
+
+    void selectAndDeselect()
+    {
+        iom->scriptCascade({{"ctrl1", "10.5.0.1"}, {"ctrl2", "10.5.0.2"}},
+                           {{"ctrlC", "10.5.0.12"}, {"ctrlA", "10.5.0.10"}, {"ctrlB", "10.5.0.11", "no"}, {"ctrl1", "10.5.0.1"}});
+        makeDialog();
+        fillLists();
+        QCOMPARE(rows(available()), QStringList({"ctrl1|10.5.0.1|no", "ctrlA|10.5.0.10|yes", "ctrlB|10.5.0.11|no",
+                                                 "ctrlC|10.5.0.12|yes"}));
+        QCOMPARE(colours(available()), QStringList({"grey", "default", "grey", "default"}));
+        QCOMPARE(buttons(), QString("--"));
+        clickRow(available(), 2); // unavailable
+        QCOMPARE(buttons(), QString("--"));
+        clickRow(available(), 1);
+        QCOMPARE(buttons(), QString("S-"));
+        clickRow(selected(), 0); // a click in one table keeps the other's row
+        QCOMPARE(buttons(), QString("SD"));
+
+        dlg->ui.pushButton_select->click();
+        QCOMPARE(column(selected(), 1), QStringList({"10.5.0.1", "10.5.0.2", "10.5.0.10"}));
+        QCOMPARE(colours(available()), QStringList({"grey", "grey", "grey", "default"}));
+        QCOMPARE(available()->currentRow(), -1);
+        QCOMPARE(buttons(), QString("-D"));
+        QVERIFY(dlg->bSomethingChanged);
+
+        dlg->bSomethingChanged = false;
+        dlg->ui.pushButton_deselect->click(); // ctrl1
+        QCOMPARE(column(selected(), 1), QStringList({"10.5.0.2", "10.5.0.10"}));
+        QCOMPARE(rows(available()), QStringList({"ctrl1|10.5.0.1|yes", "ctrlA|10.5.0.10|yes", "ctrlB|10.5.0.11|no",
+                                                 "ctrlC|10.5.0.12|yes"}));
+        QVERIFY(dlg->bSomethingChanged);
+        QCOMPARE(buttons(), QString("--"));
+        clickRow(available(), 1); // shown as available, but in the selected table
+        QCOMPARE(buttons(), QString("--"));
+        clickRow(available(), 0);
+        QCOMPARE(buttons(), QString("S-"));
+    }
+
+    // A deselected connected slave that the scan did not list is appended
+    // with its row's availability; one the scan listed becomes available.
+    void deselectConnectedSlave_data()
+    {
+        QTest::addColumn<bool>("scanned");
+        QTest::addColumn<QStringList>("expectRows");
+        QTest::addColumn<QString>("buttonsAfterClick");
+        QTest::newRow("red, not scanned") << false << QStringList({"aaa|10.6.0.9|yes", "ctrl1|10.6.0.1|no"}) << "--";
+        QTest::newRow("scanned") << true << QStringList({"aaa|10.6.0.9|yes", "ctrl1|10.6.0.1|yes"}) << "S-";
+    }
+    void deselectConnectedSlave()
+    {
+        QFETCH(bool, scanned);
+        QFETCH(QStringList, expectRows);
+        QFETCH(QString, buttonsAfterClick);
+        QList<Slave> scan{{"aaa", "10.6.0.9"}};
+        if (scanned)
+            scan.prepend({"ctrl1", "10.6.0.1"});
+        iom->scriptCascade({{"ctrl1", "10.6.0.1", scanned ? "yes" : "no"}}, scan);
+        makeDialog();
+        fillLists();
+        perform({"desel 10.6.0.1"});
+        QCOMPARE(rows(available()), expectRows);
+        QCOMPARE(colours(available()).last(), QString(scanned ? "default" : "grey"));
+        clickRow(available(), 1);
+        QCOMPARE(buttons(), buttonsAfterClick);
+    }
+
+    void lockedConfiguration()
+    {
+        iom->scriptCascade({{"ctrl1", "10.8.0.1"}}, {{"ctrlA", "10.8.0.2"}});
+        iom->answer("config is_changeable", "no");
+        makeDialog();
+        openAndRun(dlg.get(), [this] { return available()->rowCount() == 1; }, [this] {
+            QVERIFY(!dlg->ui.pushButton_ok->isEnabled());
+            clickRow(available(), 0);
+            QCOMPARE(buttons(), QString("--"));
+            clickRow(selected(), 0);
+            QCOMPARE(buttons(), QString("--"));
+            dlg->ui.pushButton_cancel->click();
+        });
+    }
+
+    void ok_data()
+    {
+        QTest::addColumn<QByteArray>("scanLan");
+        QTest::addColumn<QByteArray>("wol");
+        QTest::addColumn<QStringList>("steps");
+        QTest::addColumn<QStringList>("overrides");
+        QTest::addColumn<QStringList>("expected");
+        const QStringList none;
+        const QString wolNo = "set cascade wol_slaves no";
+        QTest::newRow("nothing changed") << QByteArray("yes") << QByteArray("no") << none << none << none;
+        QTest::newRow("removals first, in list and row order")
+            << QByteArray("yes") << QByteArray("no") << QStringList{"sel 10.1.0.4", "sel 10.1.0.3", "desel 10.1.0.2", "desel 10.1.0.1"}
+            << none
+            << QStringList{Timeout, "cmd korvane cascade sub_slave 10.1.0.1", Timeout, "cmd korvane cascade sub_slave 10.1.0.2",
+                           Timeout, "cmd korvane cascade add_slave 10.1.0.4", Timeout, "cmd korvane cascade add_slave 10.1.0.3", wolNo}
+                   + Notices;
+        QTest::newRow("scan off, still listed") << QByteArray("no") << QByteArray("no") << QStringList{"sel 10.1.0.3"} << none
+                                                << QStringList{Timeout, "cmd korvane cascade add_slave 10.1.0.3", wolNo} + Notices;
+        QTest::newRow("scan off, no longer listed")
+            << QByteArray("no") << QByteArray("no") << QStringList{"sel 10.1.0.3", "rescan 10.1.0.4"} << none
+            << QStringList{"cmd korvane cascade add_scanned_slave 10.1.0.3", Timeout, "cmd korvane cascade add_slave 10.1.0.3", wolNo}
+                   + Notices;
+        QTest::newRow("scan on, no longer listed")
+            << QByteArray("yes") << QByteArray("no") << QStringList{"sel 10.1.0.3", "rescan 10.1.0.4"} << none
+            << QStringList{Timeout, "cmd korvane cascade add_slave 10.1.0.3", wolNo} + Notices;
+        QTest::newRow("deselected and selected back")
+            << QByteArray("yes") << QByteArray("no") << QStringList{"desel 10.1.0.2", "sel 10.1.0.2"} << none << QStringList{wolNo} + Notices;
+        QTest::newRow("failures and refusals")
+            << QByteArray("yes") << QByteArray("no") << QStringList{"desel 10.1.0.1", "desel 10.1.0.2", "sel 10.1.0.3", "sel 10.1.0.4"}
+            << QStringList{"korvane cascade sub_slave 10.1.0.1=1|", "korvane cascade sub_slave 10.1.0.2=0|korvane ok ",
+                           "korvane cascade add_slave 10.1.0.3=0|korvane OK", "korvane cascade add_slave 10.1.0.4=1|",
+                           "cascade wol_slaves no=1|"}
+            << QStringList{Timeout, "cmd korvane cascade sub_slave 10.1.0.1", err("Error: Unable to disconnect Cascaded System slave"),
+                           Timeout, "cmd korvane cascade sub_slave 10.1.0.2", err("Error: Unable to disconnect the Cascaded System slave"),
+                           Timeout, "cmd korvane cascade add_slave 10.1.0.3", err("Error: Unable to connect the Cascaded System slave"),
+                           Timeout, "cmd korvane cascade add_slave 10.1.0.4", err("Error: Unable to connect Cascaded System slave"),
+                           wolNo, err("Error: Unable reset WOL to Cascaded System slaves")}
+                   + Notices;
+        QTest::newRow("wol checked, write fails")
+            << QByteArray("yes") << QByteArray("no") << QStringList{"wol 2"} << QStringList{"cascade wol_slaves yes=1|"}
+            << QStringList{"set cascade wol_slaves yes", err("Error: Unable set WOL to Cascaded System slaves")} + Notices;
+        QTest::newRow("wol partially checked") << QByteArray("yes") << QByteArray("yes") << QStringList{"wol 1"} << none
+                                               << QStringList{wolNo} + Notices;
+    }
+    void ok()
+    {
+        QFETCH(QByteArray, scanLan);
+        QFETCH(QByteArray, wol);
+        QFETCH(QStringList, steps);
+        QFETCH(QStringList, overrides);
+        QFETCH(QStringList, expected);
+        iom->scriptCascade({A, B}, {C, A, D}, scanLan, wol);
+        iom->apply(overrides);
+        makeDialog();
+        QStringList afterOk;
+        const int result = openAndRun(dlg.get(), [this] { return available()->rowCount() == 3; }, [&] {
+            perform(steps);
+            iom->clearLog();
+            dlg->ui.pushButton_ok->click();
+            afterOk = iom->log;
+        });
+        QCOMPARE(result, 1);
+        QCOMPARE(afterOk, expected);
+        QVERIFY(!dlg->timerUpdateAvailableSlaves.isActive() && !dlg->timerConntectedSlavesAvailable.isActive());
+        QCOMPARE(dlg->cursor().shape(), Qt::ArrowCursor);
+    }
+
+    // For HARROWGLINT (exactly) the wake-on-LAN option is hidden and forced
+    // on; the forced value is no change and is written only with one.
+    void wakeOnLan_data()
+    {
+        QTest::addColumn<QString>("model");
+        QTest::addColumn<int>("wolResult");
+        QTest::addColumn<bool>("deselect");
+        QTest::addColumn<QString>("state"); // hidden, checked, enabled
+        QTest::addColumn<QStringList>("writes");
+        QTest::newRow("HARROWGLINT") << "HARROWGLINT" << 0 << false << "HCE" << QStringList();
+        QTest::newRow("HARROWGLINT, other change") << "HARROWGLINT" << 0 << true << "HCE" << QStringList{"set cascade wol_slaves yes"};
+        QTest::newRow("Harrowglint") << "Harrowglint" << 0 << false << "--E" << QStringList();
+        QTest::newRow("read fails") << "VESTRAL" << 1 << true << "---" << QStringList{"set cascade wol_slaves no"};
+    }
+    void wakeOnLan()
+    {
+        QFETCH(QString, model);
+        QFETCH(int, wolResult);
+        QFETCH(bool, deselect);
+        QFETCH(QString, state);
+        QFETCH(QStringList, writes);
+        iom->scriptCascade({A, B}, {C, A, D}, "yes");
+        iom->answer("cascade wol_slaves", "no", wolResult);
+        makeDialog(model);
+        openAndRun(dlg.get(), [this] { return available()->rowCount() == 3; }, [&] {
+            QCOMPARE(QString(dlg->ui.checkBox_wol->isHidden() ? "H" : "-") + (dlg->ui.checkBox_wol->isChecked() ? "C" : "-")
+                         + (dlg->ui.checkBox_wol->isEnabled() ? "E" : "-"),
+                     state);
+            QCOMPARE(dlg->ui.line_wol->isHidden(), state.startsWith('H'));
+            QVERIFY(!dlg->bSomethingChanged);
+            if (deselect)
+                perform({"desel 10.1.0.2"});
+            dlg->ui.pushButton_ok->click();
+        });
+        QCOMPARE(iom->log.filter("set cascade wol_slaves"), writes);
+        QCOMPARE(iom->errors().size(), wolResult);
+    }
+};
+
+QTEST_MAIN(CascadedSettingsDlgTest)
+#include "tst_slaves.moc"

@@ -1,0 +1,94 @@
+#include "guitest.h"
+
+#include <QApplication>
+#include <QMutex>
+
+namespace GuiTest {
+
+namespace {
+QtMessageHandler g_previous = nullptr;
+QStringList g_trapped;
+QMutex g_lock;
+
+void handler(QtMsgType type, const QMessageLogContext &context, const QString &msg)
+{
+    if (type == QtWarningMsg && msg.contains(QLatin1String("connectSlotsByName"))) {
+        QMutexLocker l(&g_lock);
+        g_trapped << msg;
+    }
+    if (g_previous)
+        g_previous(type, context, msg);
+}
+
+QString cell(const QTableWidget *t, int r, int c)
+{
+    return t->item(r, c) ? t->item(r, c)->text() : QStringLiteral("<none>");
+}
+} // namespace
+
+void install()
+{
+    static bool installed = false;
+    if (!installed)
+        g_previous = qInstallMessageHandler(handler);
+    installed = true;
+}
+
+QStringList problems()
+{
+    QStringList out = ModalDriver::failures();
+    if (ModalDriver::pending())
+        out << QStringLiteral("%1 modal step(s) never ran").arg(ModalDriver::pending());
+    ModalDriver::reset();
+    {
+        QMutexLocker l(&g_lock);
+        out << g_trapped;
+        g_trapped.clear();
+    }
+    for (QWidget *w : QApplication::topLevelWidgets())
+        if (w->isVisible())
+            out << QStringLiteral("left open: ") + w->objectName();
+    return out;
+}
+
+QStringList rows(const QTableWidget *t)
+{
+    QStringList out;
+    for (int r = 0; r < t->rowCount(); ++r)
+        out << cell(t, r, 0) + QLatin1Char('|') + cell(t, r, 1) + QLatin1Char('|') + cell(t, r, 2);
+    return out;
+}
+
+QStringList colours(const QTableWidget *t)
+{
+    QStringList out;
+    for (int r = 0; r < t->rowCount(); ++r) {
+        QStringList seen;
+        for (int c = 0; c < t->columnCount(); ++c) {
+            const QBrush b = t->item(r, c) ? t->item(r, c)->foreground() : QBrush();
+            seen << (b.style() == Qt::NoBrush ? QStringLiteral("default")
+                     : b.color() == QColor(Qt::gray) ? QStringLiteral("grey")
+                     : b.color() == QColor(Qt::red) ? QStringLiteral("red")
+                                                    : b.color().name());
+        }
+        seen.removeDuplicates();
+        out << (seen.size() == 1 ? seen.first() : QStringLiteral("mixed"));
+    }
+    return out;
+}
+
+int rowOfIp(const QTableWidget *t, const QString &ip)
+{
+    for (int r = 0; r < t->rowCount(); ++r)
+        if (cell(t, r, 1) == ip)
+            return r;
+    return -1;
+}
+
+void clickRow(QTableWidget *t, int row)
+{
+    t->setCurrentCell(row, 0);
+    emit t->cellClicked(row, 0);
+}
+
+} // namespace GuiTest
