@@ -12,6 +12,7 @@
 #include <QTableWidget>
 #include <QTimer>
 #include <functional>
+#include <memory>
 #include <QtTest>
 
 #include "BackendVersions.h"
@@ -181,6 +182,9 @@ int rowOf(QWidget *dlg, const char *table, const char *ip)
 
 enum class Session { Apply, ApplyWolOn, CancelRestore };
 
+// Bound on waiting for the 100 ms list timer to show what a step needs.
+const int ListWaitMs = 2000;
+
 // One opening of the dialog with a user session on top. Every step is
 // best-effort: a fault may leave a widget disabled or a table empty.
 int runSession(CascadedSettingsDlg &dlg, Session session, const std::function<void()> &scanSwitchedOff)
@@ -212,28 +216,32 @@ int runSession(CascadedSettingsDlg &dlg, Session session, const std::function<vo
         });
     } else {
         // Select the first scanned controller, then switch the scan option;
-        // the click runs a nested scan, so it is posted and the driver waits
-        // for the progress dialog and then for the settings dialog again.
-        ModalDriver::when(settings, [scanSwitchedOff](QWidget *w) {
-            QTest::qWait(250);
+        // the click runs a nested scan, so it is posted, and the next steps
+        // wait until it has returned (with or without a progress dialog).
+        auto clicked = std::make_shared<bool>(false);
+        ModalDriver::when(settings, [scanSwitchedOff, clicked](QWidget *w) {
+            // The list timer's first rebuild shows IpA; a fault may keep it out.
+            (void)QTest::qWaitFor([w] { return rowOf(w, "tableWidget_available", IpA) >= 0; }, ListWaitMs);
             selectRow(w, "tableWidget_available", rowOf(w, "tableWidget_available", IpA));
             click(w, "pushButton_select");
             scanSwitchedOff();
             QPointer<QWidget> p(w);
-            QTimer::singleShot(0, w, [p] {
+            QTimer::singleShot(0, w, [p, clicked] {
                 if (auto *scan = p ? p->findChild<QCheckBox *>(QStringLiteral("checkBox_scanLan")) : nullptr)
                     if (scan->isEnabled())
                         scan->click();
+                *clicked = true;
             });
         });
-        ModalDriver::when([progress, settings](QWidget *w) { return progress(w) || settings(w); },
-                          [](QWidget *w) {
-                              if (w->objectName() == QLatin1String("EndlessProgressDlgClass"))
+        ModalDriver::when([progress, settings, clicked](QWidget *w) { return progress(w) || (settings(w) && *clicked); },
+                          [progress](QWidget *w) {
+                              if (progress(w))
                                   closeStuckProgress(w);
                           });
         const bool apply = session == Session::Apply;
-        ModalDriver::when(settings, [finish, apply](QWidget *w) {
-            QTest::qWait(250);
+        ModalDriver::when([settings, clicked](QWidget *w) { return settings(w) && *clicked; }, [finish, apply](QWidget *w) {
+            // The rebuild after the rescan no longer lists IpA.
+            (void)QTest::qWaitFor([w] { return rowOf(w, "tableWidget_available", IpA) < 0; }, ListWaitMs);
             selectRow(w, "tableWidget_selected", rowOf(w, "tableWidget_selected", IpSlave));
             click(w, "pushButton_deselect");
             if (auto *wol = w->findChild<QCheckBox *>(QStringLiteral("checkBox_wol")))
