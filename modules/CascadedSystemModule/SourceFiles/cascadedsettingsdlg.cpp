@@ -51,6 +51,23 @@ int probeExchange(vx_ip_socket_type sock, unsigned int ip, const char *request, 
     return vx_udp_receive_from(sock, reply, ProbeBufferSize, nullptr, nullptr, ProbeReceiveTimeoutUs, 0);
 }
 
+// Resolves name and runs dialogue over a probe socket of its own, which is
+// closed whatever the dialogue's outcome. False when the name does not
+// resolve or no socket can be opened, else the dialogue's verdict.
+template <class Dialogue>
+bool probeController(const QString &name, Dialogue dialogue)
+{
+    const unsigned int ip = vx_ip_name2ip(name.toLatin1().constData());
+    if (ip == 0)
+        return false;
+    vx_ip_socket_type sock = nullptr;
+    if (vx_udp_init(&sock, 0, ProbeSocketOptions) != VX_OK)
+        return false;
+    const bool verdict = dialogue(sock, ip);
+    vx_udp_exit(sock);
+    return verdict;
+}
+
 void setRowForeground(QTableWidget *table, int row, Qt::GlobalColor color)
 {
     for (int c = 0; c < table->columnCount(); ++c) {
@@ -567,47 +584,29 @@ bool CascadedSettingsDlg::isValidIpOrHostname(QString sIp)
 {
     if (isIpAddress(sIp) && !isLastPartOfIpAllowed(sIp))
         return false;
-    const unsigned int ip = vx_ip_name2ip(sIp.toLatin1().constData());
-    if (ip == 0)
-        return false;
-
-    vx_ip_socket_type sock = nullptr;
-    if (vx_udp_init(&sock, 0, ProbeSocketOptions) != VX_OK)
-        return false;
-
-    bool valid = false;
-    char s[ProbeBufferSize];
-    int n = probeExchange(sock, ip, ProbeGetVersion, s);
-    if (probeReplyHasPrefix(s, n, ProbeSetVersion)) {
+    return probeController(sIp, [](vx_ip_socket_type sock, unsigned int ip) {
+        char s[ProbeBufferSize];
+        int n = probeExchange(sock, ip, ProbeGetVersion, s);
+        if (!probeReplyHasPrefix(s, n, ProbeSetVersion))
+            return false;
         n = probeExchange(sock, ip, ProbeGetAccess, s);
-        valid = probeReplyHasPrefix(s, n, ProbeSetAccess);
-    }
-    vx_udp_exit(sock);
-    return valid;
+        return probeReplyHasPrefix(s, n, ProbeSetAccess);
+    });
 }
 
 bool CascadedSettingsDlg::isAvailableAsSlave(QString sIp)
 {
-    const unsigned int ip = vx_ip_name2ip(sIp.toLatin1().constData());
-    if (ip == 0)
-        return false;
-
-    vx_ip_socket_type sock = nullptr;
-    if (vx_udp_init(&sock, 0, ProbeSocketOptions) != VX_OK)
-        return false;
-
-    bool eligible = false;
-    char s[ProbeBufferSize];
-    int n = probeExchange(sock, ip, ProbeGetAccess, s);
-    if (probeReplyIsExactly(s, n, ProbeAccessFull)) {
+    return probeController(sIp, [](vx_ip_socket_type sock, unsigned int ip) {
+        char s[ProbeBufferSize];
+        int n = probeExchange(sock, ip, ProbeGetAccess, s);
+        if (!probeReplyIsExactly(s, n, ProbeAccessFull))
+            return false;
         n = probeExchange(sock, ip, ProbeGetVersion, s);
-        if (probeVersionQualifies(s, n)) {
-            n = probeExchange(sock, ip, ProbeGetCanSlave, s);
-            eligible = probeReplyIsExactly(s, n, ProbeCanSlaveYes);
-        }
-    }
-    vx_udp_exit(sock);
-    return eligible;
+        if (!probeVersionQualifies(s, n))
+            return false;
+        n = probeExchange(sock, ip, ProbeGetCanSlave, s);
+        return probeReplyIsExactly(s, n, ProbeCanSlaveYes);
+    });
 }
 
 bool CascadedSettingsDlg::isIpInListAvailableSlaves(QString sIp)
