@@ -1,20 +1,12 @@
 // 1000 probes of controllers named by hand leave no descriptor open: most
-// are answered, some are refused, some time out. A UDP responder thread
-// serves 127.0.8.1 (a controller that can become a slave) and 127.0.8.3 (one
-// that refuses every request); nothing listens on 127.0.8.2.
+// are answered, some are refused, some time out. UDP responders serve
+// 127.0.8.1 (a controller that can become a slave) and 127.0.8.3 (one that
+// refuses every request); nothing listens on 127.0.8.2.
 #include <QDir>
 #include <QtTest>
 
-#include <arpa/inet.h>
-#include <atomic>
-#include <cstring>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <thread>
-#include <unistd.h>
-
 #include "cascadedsettingsdlg.h"
+#include "udpresponder.h"
 
 namespace {
 
@@ -27,61 +19,7 @@ int openFds()
     return int(QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size());
 }
 
-class Responder
-{
-public:
-    bool start()
-    {
-        for (int i = 0; i < 2; ++i) {
-            fds[i] = socket(AF_INET, SOCK_DGRAM, 0);
-            sockaddr_in a{};
-            a.sin_family = AF_INET;
-            a.sin_port = htons(50105);
-            inet_pton(AF_INET, i == 0 ? Eligible : Refusing, &a.sin_addr);
-            if (fds[i] < 0 || bind(fds[i], reinterpret_cast<sockaddr *>(&a), sizeof a) != 0)
-                return false;
-        }
-        thread = std::thread([this] { run(); });
-        return true;
-    }
-    ~Responder()
-    {
-        stop = true;
-        if (thread.joinable())
-            thread.join();
-        for (int fd : fds)
-            if (fd >= 0)
-                close(fd);
-    }
-
-private:
-    void run()
-    {
-        pollfd p[2] = {{fds[0], POLLIN, 0}, {fds[1], POLLIN, 0}};
-        while (!stop) {
-            if (poll(p, 2, 50) <= 0)
-                continue;
-            for (int i = 0; i < 2; ++i) {
-                if (!(p[i].revents & POLLIN))
-                    continue;
-                char req[512] = {0};
-                sockaddr_in from{};
-                socklen_t len = sizeof from;
-                if (recvfrom(fds[i], req, sizeof req - 1, 0, reinterpret_cast<sockaddr *>(&from), &len) <= 0)
-                    continue;
-                const char *reply = i == 1 ? "korvane error refused"
-                    : !std::strcmp(req, "korvane get system version") ? "korvane set system version v2.7.1"
-                    : !std::strcmp(req, "korvane get system access") ? "korvane set system access full"
-                    : "korvane set system can_slave yes";
-                sendto(fds[i], reply, std::strlen(reply) + 1, 0, reinterpret_cast<sockaddr *>(&from), len);
-            }
-        }
-    }
-
-    int fds[2] = {-1, -1};
-    std::atomic<bool> stop{false};
-    std::thread thread;
-};
+QByteArray z(const char *text) { return QByteArray(text, int(qstrlen(text)) + 1); }
 
 } // namespace
 
@@ -92,8 +30,13 @@ class CascadedSettingsDlgTest : public QObject
 private slots:
     void probesLeaveNoDescriptorOpen()
     {
-        Responder responder;
-        QVERIFY2(responder.start(), "cannot bind 127.0.8.1 and 127.0.8.3 at port 50105");
+        UdpResponder eligible, refusing;
+        eligible.replies = {{"korvane get system version", z("korvane set system version v2.7.1")},
+                            {"korvane get system access", z("korvane set system access full")},
+                            {"korvane get system can_slave", z("korvane set system can_slave yes")}};
+        for (const char *request : {"korvane get system version", "korvane get system access", "korvane get system can_slave"})
+            refusing.replies.insert(request, z("korvane error refused"));
+        QVERIFY2(eligible.start(Eligible) && refusing.start(Refusing), "cannot bind 127.0.8.1 and 127.0.8.3 at port 50105");
         CascadedSettingsDlg dlg(nullptr, nullptr, nullptr);
         QVERIFY(dlg.isAvailableAsSlave(QString::fromLatin1(Eligible))); // first use may open descriptors of its own
 

@@ -3,20 +3,18 @@
 #include <QMessageBox>
 #include <QtTest>
 #include <arpa/inet.h>
-#include <atomic>
 #include <dirent.h>
 #include <memory>
 #include <mutex>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <thread>
 #include <unistd.h>
 
 #include "BackendVersions.h"
 #include "cascadedsettingsdlg.h"
 #include "guitest.h"
 #include "scriptediomanager.h"
+#include "udpresponder.h"
 
 // Every datagram of this process passes here: destinations are recorded and
 // anything outside 127.0.0.0/8 is refused, so no probe reaches a real network.
@@ -63,80 +61,6 @@ QList<QPair<quint32, quint16>> sentSince(int from)
 }
 
 QByteArray z(const QByteArray &text) { return text + '\0'; }
-
-// A controller's probe port on its own loopback address, answered from a
-// thread (the probe blocks the GUI thread). Requests are keyed without their
-// zero byte; a null reply means silence.
-class Responder
-{
-public:
-    QHash<QByteArray, QByteArray> replies;
-    QList<QByteArray> received;
-
-    bool start(const QByteArray &addr, const QByteArray &replyFrom)
-    {
-        m_fd = bound(addr, 50105);
-        m_replyFd = replyFrom.isEmpty() ? m_fd : bound(replyFrom, 0);
-        if (m_fd < 0 || m_replyFd < 0)
-            return false;
-        m_thread = std::thread([this] { run(); });
-        return true;
-    }
-    ~Responder()
-    {
-        m_stop = true;
-        if (m_thread.joinable())
-            m_thread.join();
-        for (int fd : {m_replyFd == m_fd ? -1 : m_replyFd, m_fd})
-            if (fd >= 0)
-                ::close(fd);
-    }
-    QList<QByteArray> seen()
-    {
-        std::lock_guard<std::mutex> l(m_lock);
-        return received;
-    }
-
-private:
-    static int bound(const QByteArray &addr, quint16 port)
-    {
-        const int fd = ::socket(AF_INET, SOCK_DGRAM, 0), one = 1;
-        ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_port = htons(port);
-        ::inet_pton(AF_INET, addr.constData(), &a.sin_addr);
-        if (::bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) == 0)
-            return fd;
-        ::close(fd);
-        return -1;
-    }
-    void run()
-    {
-        while (!m_stop) {
-            pollfd p{m_fd, POLLIN, 0};
-            char buf[2048];
-            sockaddr_in from{};
-            socklen_t fl = sizeof from;
-            const ssize_t n = ::poll(&p, 1, 20) > 0 ? ::recvfrom(m_fd, buf, sizeof buf, 0, reinterpret_cast<sockaddr *>(&from), &fl) : -1;
-            if (n < 0)
-                continue;
-            const QByteArray req(buf, int(n));
-            {
-                std::lock_guard<std::mutex> l(m_lock);
-                received << req;
-            }
-            const QByteArray reply = replies.value(req.endsWith('\0') ? req.left(req.size() - 1) : req);
-            if (!reply.isNull())
-                ::sendto(m_replyFd, reply.constData(), size_t(reply.size()), 0, reinterpret_cast<sockaddr *>(&from), fl);
-        }
-    }
-
-    int m_fd = -1, m_replyFd = -1;
-    std::atomic<bool> m_stop{false};
-    std::thread m_thread;
-    std::mutex m_lock;
-};
 
 const QByteArray GetVersion = z("korvane get system version"), GetAccess = z("korvane get system access"),
                  GetCanSlave = z("korvane get system can_slave");
@@ -283,7 +207,7 @@ private slots:
         QFETCH(int, addResult);
         QFETCH(QString, box);
         QFETCH(int, seen);
-        Responder r;
+        UdpResponder r;
         r.replies = {{GetVersion.left(GetVersion.size() - 1), ver}, {GetAccess.left(GetAccess.size() - 1), acc},
                      {GetCanSlave.left(GetCanSlave.size() - 1), can}};
         QVERIFY2(r.start(addr, from), "cannot bind the responder");
