@@ -13,6 +13,7 @@
 #include "BackendVersions.h"
 #include "demowalkthrough.h"
 #include "hostiomanager.h"
+#include "hostpaths.h"
 #include "mainwindow.h"
 
 namespace {
@@ -60,6 +61,7 @@ int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("cascade-host"));
+    QApplication::setApplicationVersion(QStringLiteral(CASCADE_VERSION));
 
     // Qt's own texts (dialog buttons, the help of the options) and the host's.
     const QString language = languageArgument(app.arguments());
@@ -67,14 +69,17 @@ int main(int argc, char *argv[])
     if (!language.isEmpty())
         QLocale::setDefault(locale);
     installTranslation(locale, QStringLiteral("qtbase"), QLibraryInfo::location(QLibraryInfo::TranslationsPath));
-    installTranslation(locale, QStringLiteral("cascadehost"),
-                       QCoreApplication::applicationDirPath() + QStringLiteral("/translations"));
+    installTranslation(locale, QStringLiteral("cascadehost"), HostPaths::translations());
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QCoreApplication::translate(
         "main", "Minimal host for measurement-system modules.\n"
                 "If a module does not load, run with QT_DEBUG_PLUGINS=1 to see why."));
     parser.addHelpOption();
+    // --version only, so that -v stays free; the text is Qt's own (translated with qtbase).
+    const QCommandLineOption versionOption(
+        QStringLiteral("version"), QCoreApplication::translate("QCommandLineParser", "Displays version information."));
+    parser.addOption(versionOption);
     parser.addPositionalArgument(QStringLiteral("address"),
                                  QCoreApplication::translate("main", "Controller address (default 127.0.0.2)."),
                                  QStringLiteral("[address]"));
@@ -84,8 +89,8 @@ int main(int argc, char *argv[])
     const QCommandLineOption modulesOption(
         {QStringLiteral("m"), QStringLiteral("modules")},
         QCoreApplication::translate("main", "Folder of the modules to load (default: %1).")
-            .arg(QStringLiteral(CASCADE_DEFAULT_MODULES_DIR)),
-        QStringLiteral("folder"), QStringLiteral(CASCADE_DEFAULT_MODULES_DIR));
+            .arg(HostPaths::modules()),
+        QStringLiteral("folder"), HostPaths::modules());
     const QCommandLineOption observerOption(QStringLiteral("observer"),
                                             QCoreApplication::translate("main", "Run in observer mode."));
     const QCommandLineOption requestsOption(QStringLiteral("log-requests"),
@@ -107,6 +112,8 @@ int main(int argc, char *argv[])
     parser.addOptions({portOption, modulesOption, observerOption, requestsOption, demoOption, demoAddOption,
                        languageOption});
     parser.process(app);
+    if (parser.isSet(versionOption))
+        parser.showVersion();
     // The modules' translations live next to them.
     installTranslations(locale, QDir(parser.value(modulesOption)).filePath(QStringLiteral("translations")));
 

@@ -4,6 +4,8 @@
 // controllers the scenario marks "unplug_on_signal".
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QSocketNotifier>
 #include <csignal>
 #include <cstdio>
@@ -13,6 +15,17 @@
 #include "scenario.h"
 
 namespace {
+
+// The scenarios that come with the simulator: share/cascade/scenarios of the
+// installed tree (found relative to the executable), else the sources'.
+QString scenariosFolder()
+{
+    const QString installed =
+        QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral(CASCADE_SCENARIOS_RELDIR));
+    if (QFileInfo(installed).isDir())
+        return QDir::cleanPath(installed);
+    return QStringLiteral(CASCADE_SOURCE_SCENARIOS_DIR);
+}
 
 int g_signalPipe[2] = {-1, -1};
 
@@ -42,16 +55,26 @@ int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("cascade-sim"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(CASCADE_VERSION));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Simulates controllers on 127.x.y.z addresses (UDP and TCP port 50105)."));
     parser.addHelpOption();
-    parser.addPositionalArgument(QStringLiteral("scenario"), QStringLiteral("Scenario file (JSON)."));
+    // --version only: -v is the simulator's verbose option.
+    const QCommandLineOption versionOption(QStringLiteral("version"),
+                                           QStringLiteral("Displays version information."));
+    parser.addOption(versionOption);
+    parser.addPositionalArgument(QStringLiteral("scenario"),
+                                 QStringLiteral("Scenario file (JSON). The scenarios that come with the "
+                                                "simulator, default.json among them, are in %1.")
+                                     .arg(scenariosFolder()));
     const QCommandLineOption verbose({QStringLiteral("v"), QStringLiteral("verbose")},
                                      QStringLiteral("Log every request and reply on stderr."));
     parser.addOption(verbose);
     parser.process(app);
+    if (parser.isSet(versionOption))
+        parser.showVersion();
     if (parser.positionalArguments().size() != 1)
         parser.showHelp(2);
 

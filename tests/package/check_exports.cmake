@@ -1,0 +1,23 @@
+# cmake -DNM=<nm> -DPLUGIN=<plugin file> -P check_exports.cmake
+# Fails unless the plugin's dynamic symbol table defines exactly the two entry
+# points of Qt's plugin loader.
+execute_process(COMMAND ${NM} -D --defined-only ${PLUGIN}
+    OUTPUT_VARIABLE out RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "${NM} failed on ${PLUGIN}")
+endif()
+string(REGEX REPLACE "\n$" "" out "${out}")
+string(REPLACE "\n" ";" lines "${out}")
+set(names)
+foreach(line IN LISTS lines)
+    # "<address> <type> <name>"
+    string(REGEX REPLACE "^[0-9a-fA-F]* *[A-Za-z] " "" name "${line}")
+    list(APPEND names "${name}")
+endforeach()
+list(SORT names)
+set(expected qt_plugin_instance qt_plugin_query_metadata)
+if(NOT names STREQUAL expected)
+    string(REPLACE ";" "\n  " shown "${names}")
+    message(FATAL_ERROR "The plugin exports more or other symbols than the plugin loader's entry points:\n  ${shown}")
+endif()
+message(STATUS "exported: ${names}")
