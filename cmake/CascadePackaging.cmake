@@ -31,21 +31,16 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
 set(CPACK_DEBIAN_MODULE_PACKAGE_NAME cascaded-system-module)
 set(CPACK_COMPONENT_MODULE_DESCRIPTION
-    "Cascaded System module (Qt 5 plugin) and its translations\n"
-    "Adds the Cascaded System settings dialog to the host's Hardware menu.")
+    "The Qt 5 plugin and its translations: adds the Cascaded System settings dialog to the host's Hardware menu.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME cascaded-system-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS cascaded-system-module)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION
-    "Minimal host application and controller simulator\n"
-    "cascade-host loads the modules and talks to a controller; cascade-sim\n"
-    "simulates a LAN of controllers on loopback addresses.")
+    "cascade-host, a minimal host that loads the modules and talks to a controller, and cascade-sim, which simulates a LAN of controllers on loopback addresses.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME cascaded-system-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "qtbase5-dev")
 set(CPACK_COMPONENT_DEV_DESCRIPTION
-    "Host headers and socket library for building modules\n"
-    "find_package(CascadedSystem) gives CascadedSystem::HostInterfaces and\n"
-    "CascadedSystem::vx_udptcp.")
+    "The host headers and the socket library for building modules: find_package(CascadedSystem) gives CascadedSystem::HostInterfaces and CascadedSystem::vx_udptcp.")
 
 include(CPack)
