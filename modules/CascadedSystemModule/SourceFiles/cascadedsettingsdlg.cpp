@@ -38,6 +38,8 @@ const int NameColumnWidth = 140;
 const int ColName = 0;
 const int ColIp = 1;
 const int ColAvailable = 2;
+// Stands for "no colour of our own": the row keeps the default text colour.
+const Qt::GlobalColor DefaultColour = Qt::color0;
 
 // Sends request (with its zero byte) to port ProbePort of ip and receives one
 // reply into reply (ProbeBufferSize bytes, cleared first). Returns the
@@ -68,11 +70,22 @@ bool probeController(const QString &name, Dialogue dialogue)
     return verdict;
 }
 
+// A grey or red row differs from the others by its colour alone; a screen
+// reader reads this text for each of its visible cells instead.
+QString accessibleCellText(const QString &text, Qt::GlobalColor color)
+{
+    return color == Qt::red ? CascadedSettingsDlg::tr("%1 (not reachable)").arg(text)
+                            : CascadedSettingsDlg::tr("%1 (not available)").arg(text);
+}
+
 void setRowForeground(QTableWidget *table, int row, Qt::GlobalColor color)
 {
     for (int c = 0; c < table->columnCount(); ++c) {
-        if (QTableWidgetItem *item = table->item(row, c))
+        if (QTableWidgetItem *item = table->item(row, c)) {
             item->setForeground(QBrush(color));
+            if (c != ColAvailable)
+                item->setData(Qt::AccessibleTextRole, accessibleCellText(item->text(), color));
+        }
     }
 }
 
@@ -101,18 +114,38 @@ void setupTable(QTableWidget *table, int rowHeight)
     table->setSelectionMode(QAbstractItemView::SingleSelection);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // Tab and Shift+Tab leave the table for the next widget of the dialog
+    // instead of walking its cells; the arrow keys still move the current row.
+    table->setTabKeyNavigation(false);
     table->setColumnWidth(ColName, NameColumnWidth);
 }
 
-// Items are coloured before they are inserted: a change after insertion
-// costs the model a change notice per item.
-void fillRow(QTableWidget *table, int row, const SlaveInfo *slave, const QBrush *foreground = nullptr)
+// The Name column is narrow and cuts long hostnames; the visible cells of a
+// row carry the full hostname, and what else the scan told about the
+// controller, as their tool tip and accessible description.
+QString rowToolTip(const SlaveInfo *slave, const QString &details)
+{
+    if (details.isEmpty() || slave->hostname().isEmpty())
+        return details.isEmpty() ? slave->hostname() : details;
+    return slave->hostname() + QLatin1Char('\n') + details;
+}
+
+// Items are coloured and described before they are inserted: a change after
+// insertion costs the model a change notice per item.
+void fillRow(QTableWidget *table, int row, const SlaveInfo *slave, const QString &toolTip,
+             Qt::GlobalColor color = DefaultColour)
 {
     const QString texts[] = {slave->hostname(), slave->ip(), slave->availableStr()};
     for (int column = ColName; column <= ColAvailable; ++column) {
         auto *item = new QTableWidgetItem(texts[column]);
-        if (foreground)
-            item->setForeground(*foreground);
+        if (color != DefaultColour)
+            item->setForeground(QBrush(color));
+        if (column != ColAvailable) {
+            item->setToolTip(toolTip);
+            item->setData(Qt::AccessibleDescriptionRole, toolTip);
+            if (color != DefaultColour)
+                item->setData(Qt::AccessibleTextRole, accessibleCellText(texts[column], color));
+        }
         table->setItem(row, column, item);
     }
 }
@@ -176,6 +209,7 @@ CascadedSettingsDlg::CascadedSettingsDlg(IOManager *iom, QWidget *parent, Backen
 
     setup_tableWidget_available();
     setup_tableWidget_selected();
+    setupAccessibility();
 
     list_availableSlaves.clear();
     list_primarySelectedSlaves.clear();
@@ -189,6 +223,46 @@ CascadedSettingsDlg::~CascadedSettingsDlg()
 {
     deleteAll(list_availableSlaves);
     deleteAll(list_primarySelectedSlaves);
+}
+
+// Names and descriptions for screen readers. The visible texts carry
+// mnemonics and arrows, and the tables and the add field have none at all.
+void CascadedSettingsDlg::setupAccessibility()
+{
+    const struct
+    {
+        QWidget *widget;
+        QString name;
+        QString description;
+    } texts[] = {
+        {ui.checkBox_scanLan, tr("Scan LAN"),
+         tr("Lets the controller scan the LAN for controllers that can become slaves. A change is written to "
+            "the controller at once and starts a new scan.")},
+        {ui.tableWidget_selected, tr("Selected slaves"),
+         tr("Controllers selected as slaves of the Cascaded System. A connected slave that the controller "
+            "cannot reach is marked as not reachable.")},
+        {ui.pushButton_select, tr("Select"),
+         tr("Moves the current controller of the available controllers to the selected slaves.")},
+        {ui.pushButton_deselect, tr("Deselect"),
+         tr("Removes the current controller from the selected slaves.")},
+        {ui.tableWidget_available, tr("Available controllers"),
+         tr("Controllers found by the LAN scan or added by hand. A controller that cannot become a slave now is "
+            "marked as not available.")},
+        {ui.pushButton_update, tr("Update"),
+         tr("Scans the LAN again and refreshes the available controllers.")},
+        {ui.lineEdit_addSlave, tr("Slave hostname or IP address"),
+         tr("Hostname or IPv4 address of a controller to add to the available controllers.")},
+        {ui.pushButton_addSlave, tr("Add"),
+         tr("Checks the controller named in the field and adds it to the available controllers.")},
+        {ui.checkBox_wol, tr("Wake on LAN redirected to connected slaves"),
+         tr("Passes wake on LAN on to the connected slaves. Applied with OK.")},
+        {ui.pushButton_ok, tr("OK"), tr("Applies the changes to the controller and closes the dialog.")},
+        {ui.pushButton_cancel, tr("Cancel"), tr("Discards the changes and closes the dialog.")},
+    };
+    for (const auto &t : texts) {
+        t.widget->setAccessibleName(t.name);
+        t.widget->setAccessibleDescription(t.description);
+    }
 }
 
 void CascadedSettingsDlg::reportError(const QString &text)
@@ -331,13 +405,13 @@ void CascadedSettingsDlg::setup_tableWidget_selected()
 void CascadedSettingsDlg::update_tableWidget_available()
 {
     QTableWidget *table = ui.tableWidget_available;
-    const QBrush grey(Qt::gray);
     table->setUpdatesEnabled(false);
     table->clearContents();
     table->setRowCount(list_availableSlaves.size());
     for (int i = 0; i < list_availableSlaves.size(); ++i) {
         const SlaveInfo *slave = list_availableSlaves.at(i);
-        fillRow(table, i, slave, slave->available() ? nullptr : &grey);
+        fillRow(table, i, slave, rowToolTip(slave, m_scanDetails.value(slave->ip())),
+                slave->available() ? DefaultColour : Qt::gray);
     }
     table->setUpdatesEnabled(true);
 }
@@ -347,8 +421,10 @@ void CascadedSettingsDlg::update_tableWidget_selected()
     QTableWidget *table = ui.tableWidget_selected;
     table->clearContents();
     table->setRowCount(list_primarySelectedSlaves.size());
-    for (int i = 0; i < list_primarySelectedSlaves.size(); ++i)
-        fillRow(table, i, list_primarySelectedSlaves.at(i));
+    for (int i = 0; i < list_primarySelectedSlaves.size(); ++i) {
+        const SlaveInfo *slave = list_primarySelectedSlaves.at(i);
+        fillRow(table, i, slave, rowToolTip(slave, m_scanDetails.value(slave->ip())));
+    }
 }
 
 // ---- Connected slaves ------------------------------------------------------------------
@@ -435,6 +511,7 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
 
     timerUpdateAvailableSlaves.stop();
     deleteAll(list_availableSlaves);
+    m_scanDetails.clear();
 
     // Controllers already in the selected table are greyed.
     QSet<QString> selectedIps;
@@ -455,8 +532,12 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
         iom->get_parameter(available, ScannedSlaveAvailable, ip);
         terminate(available);
 
-        const QString hostname = QString::fromUtf8(description).section(QLatin1Char(' '), 0, 0);
+        const QString text = QString::fromUtf8(description);
+        const QString hostname = text.section(QLatin1Char(' '), 0, 0);
         auto *slave = new SlaveInfo(hostname, QString::fromUtf8(ip), QString::fromUtf8(available));
+        const QString details = text.section(QLatin1Char(' '), 1);
+        if (!details.isEmpty())
+            m_scanDetails.insert(slave->ip(), details);
         if (selectedIps.contains(slave->ip()))
             slave->setAvailable(false);
         list_availableSlaves.append(slave);
@@ -524,7 +605,8 @@ void CascadedSettingsDlg::on_pushButton_select_clicked()
     QTableWidget *selected = ui.tableWidget_selected;
     const int n = selected->rowCount();
     selected->setRowCount(n + 1);
-    fillRow(selected, n, list_availableSlaves.at(iRow));
+    const SlaveInfo *slave = list_availableSlaves.at(iRow);
+    fillRow(selected, n, slave, rowToolTip(slave, m_scanDetails.value(slave->ip())));
 
     setRowForeground(available, iRow, Qt::gray);
     available->setCurrentCell(-1, 0);

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QHash>
 #include <QIcon>
 #include <QList>
 #include <QString>
@@ -80,6 +81,7 @@ private:
     bool isCascadeAvailable();
     void enableDialog(bool enable);
     void reportError(const QString &text);
+    void setupAccessibility();
 
     // Tables
     void setup_tableWidget_available();
@@ -122,4 +124,7 @@ private:
     QTimer timerConntectedSlavesAvailable;
     int m_iLastSelection_tableWidget_available;
     QIcon m_icon_lock;
+    // What the last scan told about each controller beyond its hostname
+    // (model, version), by IP address; shown in the rows' tool tips.
+    QHash<QString, QString> m_scanDetails;
 };
