@@ -422,8 +422,9 @@ void CascadedSettingsDlg::update_tableWidget_selected()
     table->clearContents();
     table->setRowCount(list_primarySelectedSlaves.size());
     for (int i = 0; i < list_primarySelectedSlaves.size(); ++i) {
+        // Connected slaves are not scanned controllers: their hostname alone.
         const SlaveInfo *slave = list_primarySelectedSlaves.at(i);
-        fillRow(table, i, slave, rowToolTip(slave, m_scanDetails.value(slave->ip())));
+        fillRow(table, i, slave, rowToolTip(slave, QString()));
     }
 }
 
