@@ -3,14 +3,17 @@
 #include <QBrush>
 #include <QCursor>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QMessageBox>
 #include <QRegExp>
 #include <QRegExpValidator>
 #include <QSet>
 #include <QTableWidgetItem>
+#include <QToolTip>
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "BackendVersions.h"
 #include "IOManager.h"
@@ -38,8 +41,6 @@ const int NameColumnWidth = 140;
 const int ColName = 0;
 const int ColIp = 1;
 const int ColAvailable = 2;
-// Stands for "no colour of our own": the row keeps the default text colour.
-const Qt::GlobalColor DefaultColour = Qt::color0;
 
 // Sends request (with its zero byte) to port ProbePort of ip and receives one
 // reply into reply (ProbeBufferSize bytes, cleared first). Returns the
@@ -71,20 +72,22 @@ bool probeController(const QString &name, Dialogue dialogue)
 }
 
 // A grey or red row differs from the others by its colour alone; a screen
-// reader reads this text for each of its visible cells instead.
-QString accessibleCellText(const QString &text, Qt::GlobalColor color)
+// reader reads the cell text filled into this pattern for each of its
+// visible cells instead.
+QString statePattern(Qt::GlobalColor color)
 {
-    return color == Qt::red ? CascadedSettingsDlg::tr("%1 (not reachable)").arg(text)
-                            : CascadedSettingsDlg::tr("%1 (not available)").arg(text);
+    return color == Qt::red ? CascadedSettingsDlg::tr("%1 (not reachable)")
+                            : CascadedSettingsDlg::tr("%1 (not available)");
 }
 
 void setRowForeground(QTableWidget *table, int row, Qt::GlobalColor color)
 {
+    const QString pattern = statePattern(color);
     for (int c = 0; c < table->columnCount(); ++c) {
         if (QTableWidgetItem *item = table->item(row, c)) {
             item->setForeground(QBrush(color));
             if (c != ColAvailable)
-                item->setData(Qt::AccessibleTextRole, accessibleCellText(item->text(), color));
+                item->setData(Qt::AccessibleTextRole, pattern.arg(item->text()));
         }
     }
 }
@@ -120,35 +123,68 @@ void setupTable(QTableWidget *table, int rowHeight)
     table->setColumnWidth(ColName, NameColumnWidth);
 }
 
-// The Name column is narrow and cuts long hostnames; the visible cells of a
-// row carry the full hostname, and what else the scan told about the
-// controller, as their tool tip and accessible description.
-QString rowToolTip(const SlaveInfo *slave, const QString &details)
-{
-    if (details.isEmpty() || slave->hostname().isEmpty())
-        return details.isEmpty() ? slave->hostname() : details;
-    return slave->hostname() + QLatin1Char('\n') + details;
-}
-
-// Items are coloured and described before they are inserted: a change after
-// insertion costs the model a change notice per item.
-void fillRow(QTableWidget *table, int row, const SlaveInfo *slave, const QString &toolTip,
-             Qt::GlobalColor color = DefaultColour)
+// Items are coloured before they are inserted: a change after insertion
+// costs the model a change notice per item. A coloured row also gets the
+// texts a screen reader reads for its visible cells (see statePattern).
+void fillRow(QTableWidget *table, int row, const SlaveInfo *slave, const QBrush *foreground = nullptr,
+             const QString &pattern = QString())
 {
     const QString texts[] = {slave->hostname(), slave->ip(), slave->availableStr()};
     for (int column = ColName; column <= ColAvailable; ++column) {
         auto *item = new QTableWidgetItem(texts[column]);
-        if (color != DefaultColour)
-            item->setForeground(QBrush(color));
-        if (column != ColAvailable) {
-            item->setToolTip(toolTip);
-            item->setData(Qt::AccessibleDescriptionRole, toolTip);
-            if (color != DefaultColour)
-                item->setData(Qt::AccessibleTextRole, accessibleCellText(texts[column], color));
+        if (foreground) {
+            item->setForeground(*foreground);
+            if (column != ColAvailable)
+                item->setData(Qt::AccessibleTextRole, pattern.arg(texts[column]));
         }
         table->setItem(row, column, item);
     }
 }
+
+// The tool tip of every cell of a table: the row's full hostname, which the
+// 140-pixel Name column cuts, and on a second line what else the last scan
+// told about that controller (model, version). Worked out when the mouse
+// rests on a cell instead of being stored in every item, which would nearly
+// double the cost of rebuilding a long available list.
+class RowToolTips : public QObject
+{
+public:
+    RowToolTips(QTableWidget *table, std::function<QString(const QString &ip)> description)
+        : QObject(table), m_table(table), m_description(std::move(description))
+    {
+        table->viewport()->installEventFilter(this);
+    }
+
+    QString toolTip(int row) const
+    {
+        const QString hostname = cellText(m_table, row, ColName);
+        const QString details = m_description(cellText(m_table, row, ColIp)).section(QLatin1Char(' '), 1);
+        if (hostname.isEmpty() || details.isEmpty())
+            return hostname.isEmpty() ? details : hostname;
+        return hostname + QLatin1Char('\n') + details;
+    }
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() != QEvent::ToolTip)
+            return false;
+        auto *help = static_cast<QHelpEvent *>(event);
+        const QModelIndex index = m_table->indexAt(help->pos());
+        const QString tip = index.isValid() ? toolTip(index.row()) : QString();
+        if (tip.isEmpty()) {
+            QToolTip::hideText();
+            event->ignore();
+        } else {
+            QToolTip::showText(help->globalPos(), tip, m_table->viewport(), m_table->visualRect(index));
+        }
+        return true;
+    }
+
+private:
+    QTableWidget *m_table;
+    std::function<QString(const QString &ip)> m_description;
+};
 
 void deleteAll(QList<SlaveInfo *> &list)
 {
@@ -210,6 +246,9 @@ CascadedSettingsDlg::CascadedSettingsDlg(IOManager *iom, QWidget *parent, Backen
     setup_tableWidget_available();
     setup_tableWidget_selected();
     setupAccessibility();
+    const auto description = [this](const QString &ip) { return scanDescription(ip); };
+    new RowToolTips(ui.tableWidget_available, description);
+    new RowToolTips(ui.tableWidget_selected, description);
 
     list_availableSlaves.clear();
     list_primarySelectedSlaves.clear();
@@ -263,6 +302,14 @@ void CascadedSettingsDlg::setupAccessibility()
         t.widget->setAccessibleName(t.name);
         t.widget->setAccessibleDescription(t.description);
     }
+}
+
+QString CascadedSettingsDlg::scanDescription(const QString &ip) const
+{
+    for (const auto &entry : m_scanDescriptions)
+        if (entry.first == ip)
+            return entry.second;
+    return QString();
 }
 
 void CascadedSettingsDlg::reportError(const QString &text)
@@ -405,13 +452,17 @@ void CascadedSettingsDlg::setup_tableWidget_selected()
 void CascadedSettingsDlg::update_tableWidget_available()
 {
     QTableWidget *table = ui.tableWidget_available;
+    const QBrush grey(Qt::gray);
+    const QString greyText = statePattern(Qt::gray);
     table->setUpdatesEnabled(false);
     table->clearContents();
     table->setRowCount(list_availableSlaves.size());
     for (int i = 0; i < list_availableSlaves.size(); ++i) {
         const SlaveInfo *slave = list_availableSlaves.at(i);
-        fillRow(table, i, slave, rowToolTip(slave, m_scanDetails.value(slave->ip())),
-                slave->available() ? DefaultColour : Qt::gray);
+        if (slave->available())
+            fillRow(table, i, slave);
+        else
+            fillRow(table, i, slave, &grey, greyText);
     }
     table->setUpdatesEnabled(true);
 }
@@ -421,11 +472,8 @@ void CascadedSettingsDlg::update_tableWidget_selected()
     QTableWidget *table = ui.tableWidget_selected;
     table->clearContents();
     table->setRowCount(list_primarySelectedSlaves.size());
-    for (int i = 0; i < list_primarySelectedSlaves.size(); ++i) {
-        // Connected slaves are not scanned controllers: their hostname alone.
-        const SlaveInfo *slave = list_primarySelectedSlaves.at(i);
-        fillRow(table, i, slave, rowToolTip(slave, QString()));
-    }
+    for (int i = 0; i < list_primarySelectedSlaves.size(); ++i)
+        fillRow(table, i, list_primarySelectedSlaves.at(i));
 }
 
 // ---- Connected slaves ------------------------------------------------------------------
@@ -512,7 +560,8 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
 
     timerUpdateAvailableSlaves.stop();
     deleteAll(list_availableSlaves);
-    m_scanDetails.clear();
+    m_scanDescriptions.clear();
+    m_scanDescriptions.reserve(qMax(count, 0));
 
     // Controllers already in the selected table are greyed.
     QSet<QString> selectedIps;
@@ -536,9 +585,7 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
         const QString text = QString::fromUtf8(description);
         const QString hostname = text.section(QLatin1Char(' '), 0, 0);
         auto *slave = new SlaveInfo(hostname, QString::fromUtf8(ip), QString::fromUtf8(available));
-        const QString details = text.section(QLatin1Char(' '), 1);
-        if (!details.isEmpty())
-            m_scanDetails.insert(slave->ip(), details);
+        m_scanDescriptions.append(qMakePair(slave->ip(), text));
         if (selectedIps.contains(slave->ip()))
             slave->setAvailable(false);
         list_availableSlaves.append(slave);
@@ -606,8 +653,7 @@ void CascadedSettingsDlg::on_pushButton_select_clicked()
     QTableWidget *selected = ui.tableWidget_selected;
     const int n = selected->rowCount();
     selected->setRowCount(n + 1);
-    const SlaveInfo *slave = list_availableSlaves.at(iRow);
-    fillRow(selected, n, slave, rowToolTip(slave, m_scanDetails.value(slave->ip())));
+    fillRow(selected, n, list_availableSlaves.at(iRow));
 
     setRowForeground(available, iRow, Qt::gray);
     available->setCurrentCell(-1, 0);

@@ -5,7 +5,8 @@
 #pragma once
 
 #include <QDialog>
-#include <QHash>
+#include <QPair>
+#include <QVector>
 #include <QIcon>
 #include <QList>
 #include <QString>
@@ -82,6 +83,7 @@ private:
     void enableDialog(bool enable);
     void reportError(const QString &text);
     void setupAccessibility();
+    QString scanDescription(const QString &ip) const;
 
     // Tables
     void setup_tableWidget_available();
@@ -124,7 +126,7 @@ private:
     QTimer timerConntectedSlavesAvailable;
     int m_iLastSelection_tableWidget_available;
     QIcon m_icon_lock;
-    // What the last scan told about each controller beyond its hostname
-    // (model, version), by IP address; shown in the rows' tool tips.
-    QHash<QString, QString> m_scanDetails;
+    // The description of each controller of the last scan (hostname, model,
+    // version), by IP address, in scan order; shown in the rows' tool tips.
+    QVector<QPair<QString, QString>> m_scanDescriptions;
 };
