@@ -76,6 +76,13 @@ QString toolTipAt(QTableWidget *table, int row, int column)
     return toolTipAt(table, table->visualRect(table->model()->index(row, column)).center());
 }
 
+// The lower-case letter after the '&' of a text, or a null char.
+QChar mnemonic(const QString &text)
+{
+    const int at = text.indexOf(QLatin1Char('&'));
+    return at >= 0 && at + 1 < text.size() ? text.at(at + 1).toLower() : QChar();
+}
+
 QAccessibleInterface *cellOf(QTableWidget *table, int row, int column)
 {
     QAccessibleInterface *iface = QAccessible::queryAccessibleInterface(table);
@@ -193,8 +200,9 @@ private slots:
     }
 
     // Every focusable widget has a name and a description for screen
-    // readers, in the language of the translation loaded; no widget has a
-    // tool tip or status tip.
+    // readers, in the language of the translation loaded, and the Alt
+    // shortcuts of the dialog are unique; no widget has a tool tip or
+    // status tip.
     void accessibleNames_data()
     {
         QTest::addColumn<QString>("language");
@@ -234,6 +242,14 @@ private slots:
         QCOMPARE(QAccessible::queryAccessibleInterface(child<QLineEdit>(&dlg, "lineEdit_addSlave"))
                      ->text(QAccessible::Name),
                  addFieldName);
+        QString letters;
+        for (const char *name : {"checkBox_scanLan", "pushButton_select", "pushButton_deselect", "pushButton_update",
+                                 "label_addSlave", "pushButton_addSlave", "checkBox_wol"}) {
+            QWidget *w = child<QWidget>(&dlg, name);
+            const QString text = w->property("text").toString();
+            QVERIFY2(!mnemonic(text).isNull() && !letters.contains(mnemonic(text)), qPrintable(text));
+            letters += mnemonic(text);
+        }
         QList<QWidget *> widgets = dlg.findChildren<QWidget *>();
         widgets << &dlg;
         for (QWidget *w : qAsConst(widgets))
