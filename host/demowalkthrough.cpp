@@ -8,6 +8,9 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QMouseEvent>
+#include <QPainter>
+#include <QRegularExpression>
+#include <QToolTip>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTextStream>
@@ -28,6 +31,20 @@ bool isNamed(QWidget *w, const char *name)
     return w && (w->objectName() == QLatin1String(name) || QLatin1String(w->metaObject()->className()) == QLatin1String(name));
 }
 
+bool isAddress(const QString &entry)
+{
+    return QRegularExpression(QStringLiteral("^[0-9.]+$")).match(entry).hasMatch();
+}
+
+// The tool tip window while one is shown.
+QWidget *visibleToolTip()
+{
+    for (QWidget *w : QApplication::topLevelWidgets())
+        if (w->inherits("QTipLabel") && w->isVisible())
+            return w;
+    return nullptr;
+}
+
 QString cell(QTableWidget *t, int row, int col)
 {
     QTableWidgetItem *item = t ? t->item(row, col) : nullptr;
@@ -36,9 +53,9 @@ QString cell(QTableWidget *t, int row, int col)
 
 } // namespace
 
-DemoWalkthrough::DemoWalkthrough(MainWindow *window, const QString &outDir, const QString &handAddress,
+DemoWalkthrough::DemoWalkthrough(MainWindow *window, const QString &outDir, const QStringList &handEntries,
                                  QObject *parent)
-    : QObject(parent), m_window(window), m_outDir(outDir), m_handAddress(handAddress)
+    : QObject(parent), m_window(window), m_outDir(outDir), m_handEntries(handEntries)
 {
     m_timer.setInterval(50);
     connect(&m_timer, &QTimer::timeout, this, &DemoWalkthrough::tick);
@@ -91,7 +108,7 @@ void DemoWalkthrough::tick()
         // The scan progress dialog may be over before a tick sees it.
         if (isNamed(modal, ProgressDialog)) {
             shoot(modal, m_step == Step::FirstScan ? QStringLiteral("01-scan-progress.png")
-                                                   : QStringLiteral("07-rescan-progress.png"));
+                                                   : QStringLiteral("08-rescan-progress.png"));
             m_report << QStringLiteral("scan progress dialog shown");
             m_step = m_step == Step::FirstScan ? Step::FirstDialog : Step::SecondDialog;
         } else if (isNamed(modal, SettingsDialog)) {
@@ -117,43 +134,71 @@ void DemoWalkthrough::tick()
     case Step::SelectFirst: {
         if (!pressSelect(modal, m_chosenIp, QStringLiteral("03-controller-selected.png")))
             return;
-        // Then one that the scan did not list, by its address. The add button
-        // probes it and may warn in a box of its own: press it from the loop.
+        go(Step::AddNext);
+        return;
+    }
+    case Step::AddNext: {
+        if (m_handIndex >= m_handEntries.size()) {
+            if (!showLongestNameToolTip(modal))
+                return;
+            go(Step::WaitToolTip);
+            return;
+        }
+        // Then the controllers that the scan did not list, by address or
+        // hostname. The add button probes each and may warn in a box of its
+        // own: press it from the loop.
         auto *edit = modal->findChild<QLineEdit *>(QStringLiteral("lineEdit_addSlave"));
         auto *add = modal->findChild<QPushButton *>(QStringLiteral("pushButton_addSlave"));
         if (!edit || !add) {
             finish(false, QStringLiteral("the dialog has no add field or add button"));
             return;
         }
+        const QString entry = m_handEntries.at(m_handIndex);
         edit->setFocus();
-        edit->setText(m_handAddress);
+        edit->setText(entry);
         QTimer::singleShot(0, add, &QPushButton::click);
-        m_report << QStringLiteral("adding %1 by hand").arg(m_handAddress);
+        m_report << QStringLiteral("adding %1 by hand (by %2)")
+                        .arg(entry, isAddress(entry) ? QStringLiteral("address") : QStringLiteral("hostname"));
         go(Step::WaitHandAdded);
         return;
     }
-    case Step::WaitHandAdded:
-        if (!isNamed(modal, SettingsDialog) || !clickAvailableController(modal, m_handAddress))
+    case Step::WaitHandAdded: {
+        const QString entry = m_handEntries.at(m_handIndex);
+        if (!isNamed(modal, SettingsDialog) || !clickAvailableController(modal, entry))
             return;
         m_report << QStringLiteral("%1 (%2) is listed as available").arg(m_chosenName, m_chosenIp);
-        shoot(modal, QStringLiteral("04-added-by-hand.png"));
+        shoot(modal, QStringLiteral("04-added-%1.png").arg(entry));
         go(Step::SelectHandAdded);
         return;
+    }
     case Step::SelectHandAdded:
-        if (!pressSelect(modal, m_handAddress, QStringLiteral("05-hand-added-selected.png")))
+        if (!pressSelect(modal, m_chosenIp, QStringLiteral("05-selected-%1.png").arg(m_handEntries.at(m_handIndex))))
             return;
+        ++m_handIndex;
+        go(Step::AddNext);
+        return;
+    case Step::WaitToolTip: {
+        // The tool tip is a window of its own: paint it over the dialog.
+        QWidget *tip = visibleToolTip();
+        if (!tip)
+            return;
+        m_report << QStringLiteral("tool tip of the longest hostname: \"%1\"")
+                        .arg(QToolTip::text().replace(QLatin1Char('\n'), QStringLiteral(" / ")));
+        shoot(modal, QStringLiteral("06-item-tooltip.png"), tip);
+        QToolTip::hideText();
         modal->findChild<QPushButton *>(QStringLiteral("pushButton_ok"))->click();
         go(Step::WaitClosed);
         return;
+    }
     case Step::WaitClosed:
     case Step::WaitClosedAgain:
         if (modal)
             return;
         if (m_step == Step::WaitClosed) {
-            shoot(m_window, QStringLiteral("06-after-ok.png"));
+            shoot(m_window, QStringLiteral("07-after-ok.png"));
             go(Step::OpenSecond);
         } else {
-            shoot(m_window, QStringLiteral("09-host-at-end.png"));
+            shoot(m_window, QStringLiteral("10-host-at-end.png"));
             finish(true, QString());
         }
         return;
@@ -164,7 +209,7 @@ void DemoWalkthrough::tick()
         QStringList connected;
         for (int row = 0; row < selected->rowCount(); ++row)
             connected << cell(selected, row, ColIp);
-        shoot(modal, QStringLiteral("08-settings-reopened.png"));
+        shoot(modal, QStringLiteral("09-settings-reopened.png"));
         for (const QString &ip : qAsConst(m_selectedIps)) {
             if (!connected.contains(ip)) {
                 finish(false, QStringLiteral("after OK, %1 is not among the connected slaves").arg(ip));
@@ -213,12 +258,16 @@ bool DemoWalkthrough::settingsDialogFilled(QWidget *dlg) const
 }
 
 // Clicks the first controller of the available table that can become a
-// slave (only ip, if given); false if there is none.
-bool DemoWalkthrough::clickAvailableController(QWidget *dlg, const QString &ip)
+// slave (only the one with this address or hostname, if given); false if
+// there is none.
+bool DemoWalkthrough::clickAvailableController(QWidget *dlg, const QString &entry)
 {
     auto *table = dlg->findChild<QTableWidget *>(QStringLiteral("tableWidget_available"));
     for (int row = 0; table && row < table->rowCount(); ++row) {
-        if (cell(table, row, ColAvailable) != QLatin1String("yes") || (!ip.isEmpty() && cell(table, row, ColIp) != ip))
+        if (cell(table, row, ColAvailable) != QLatin1String("yes"))
+            continue;
+        if (!entry.isEmpty() && cell(table, row, ColIp) != entry
+            && QString::compare(cell(table, row, ColName), entry, Qt::CaseInsensitive) != 0)
             continue;
         m_chosenName = cell(table, row, ColName);
         m_chosenIp = cell(table, row, ColIp);
@@ -233,10 +282,36 @@ bool DemoWalkthrough::clickAvailableController(QWidget *dlg, const QString &ip)
     return false;
 }
 
-void DemoWalkthrough::shoot(QWidget *w, const QString &name)
+// Asks the selected table for the tool tip of its longest hostname, as the
+// mouse resting on that cell would; false if the table is empty.
+bool DemoWalkthrough::showLongestNameToolTip(QWidget *dlg)
+{
+    auto *table = dlg->findChild<QTableWidget *>(QStringLiteral("tableWidget_selected"));
+    int longest = -1;
+    for (int row = 0; table && row < table->rowCount(); ++row)
+        if (longest < 0 || cell(table, row, ColName).size() > cell(table, longest, ColName).size())
+            longest = row;
+    if (longest < 0) {
+        finish(false, QStringLiteral("the selected table is empty"));
+        return false;
+    }
+    QTableWidgetItem *item = table->item(longest, ColName);
+    table->scrollToItem(item);
+    const QPoint at = table->visualItemRect(item).center();
+    QHelpEvent help(QEvent::ToolTip, at, table->viewport()->mapToGlobal(at));
+    QApplication::sendEvent(table->viewport(), &help);
+    return true;
+}
+
+void DemoWalkthrough::shoot(QWidget *w, const QString &name, QWidget *overlay)
 {
     const QString path = QDir(m_outDir).filePath(name);
-    if (w->grab().save(path))
+    QPixmap shot = w->grab();
+    if (overlay) {
+        QPainter painter(&shot);
+        painter.drawPixmap(overlay->mapToGlobal(QPoint()) - w->mapToGlobal(QPoint()), overlay->grab());
+    }
+    if (shot.save(path))
         m_report << QStringLiteral("screenshot %1").arg(name);
     else
         m_report << QStringLiteral("could not write screenshot %1").arg(name);

@@ -1,8 +1,9 @@
 // The headless demo: drives the real "Cascaded System Settings" dialog the
 // way a user would (open it, wait for the LAN scan, select a controller, add
-// one the scan did not find by hand and select it too, OK, open it again),
-// saves a screenshot of each step and the message log into a folder, and
-// ends the application with 0 when every step worked.
+// controllers the scan did not find by hand, by address or hostname, and
+// select them too, show the tool tip of the longest hostname, OK, open it
+// again), saves a screenshot of each step and the message log into a
+// folder, and ends the application with 0 when every step worked.
 #pragma once
 
 #include <QElapsedTimer>
@@ -23,8 +24,9 @@ class DemoWalkthrough : public QObject
 public:
     static constexpr int StepTimeoutMs = 30000;
 
-    // handAddress: the controller to type into the dialog's add field.
-    DemoWalkthrough(MainWindow *window, const QString &outDir, const QString &handAddress,
+    // handEntries: the addresses or hostnames to type into the dialog's add
+    // field, one after the other.
+    DemoWalkthrough(MainWindow *window, const QString &outDir, const QStringList &handEntries,
                     QObject *parent = nullptr);
 
     // Starts the walkthrough; the application exits when it ends.
@@ -36,8 +38,10 @@ private:
         FirstScan,
         FirstDialog,
         SelectFirst,
+        AddNext,
         WaitHandAdded,
         SelectHandAdded,
+        WaitToolTip,
         WaitClosed,
         OpenSecond,
         SecondScan,
@@ -49,14 +53,17 @@ private:
     void tick();
     void go(Step next);
     bool settingsDialogFilled(QWidget *dlg) const;
-    bool clickAvailableController(QWidget *dlg, const QString &ip = QString());
+    // entry: an IP address or hostname; empty for any controller.
+    bool clickAvailableController(QWidget *dlg, const QString &entry = QString());
     bool pressSelect(QWidget *dlg, const QString &ip, const QString &screenshot);
-    void shoot(QWidget *w, const QString &name);
+    bool showLongestNameToolTip(QWidget *dlg);
+    void shoot(QWidget *w, const QString &name, QWidget *overlay = nullptr);
     void finish(bool ok, const QString &why);
 
     MainWindow *m_window;
     QString m_outDir;
-    QString m_handAddress;
+    QStringList m_handEntries;
+    int m_handIndex = 0;
     QPointer<QAction> m_action;
     QTimer m_timer;
     QElapsedTimer m_stepClock;

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QFile>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QRegularExpression>
@@ -55,10 +56,24 @@ void installTranslations(const QLocale &locale, const QString &folder)
         installTranslation(locale, name, folder);
 }
 
+// Whether the arguments only ask for the help or the version text, which
+// needs no window: such a run must work without a display too.
+bool onlyAsksForText(int argc, char *argv[])
+{
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray arg(argv[i]);
+        if (arg == "-h" || arg == "--help" || arg == "--help-all" || arg == "-?" || arg == "--version")
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    if (onlyAsksForText(argc, argv) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("cascade-host"));
     QApplication::setApplicationVersion(QStringLiteral(CASCADE_VERSION));
@@ -102,16 +117,32 @@ int main(int argc, char *argv[])
         QStringLiteral("folder"));
     const QCommandLineOption demoAddOption(
         QStringLiteral("demo-add"),
-        QCoreApplication::translate("main", "Address of the controller the walkthrough adds by hand "
-                                            "(default 127.0.0.12)."),
+        QCoreApplication::translate("main", "Address or hostname of a controller the walkthrough adds by hand; "
+                                            "repeat it to add several (default 127.0.0.12)."),
         QStringLiteral("address"), QStringLiteral("127.0.0.12"));
+    const QCommandLineOption logFileOption(
+        QStringLiteral("log-file"),
+        QCoreApplication::translate("main", "Also write the message log to file (appending)."),
+        QStringLiteral("file"));
+    const QCommandLineOption verboseOption(
+        QStringLiteral("verbose"),
+        QCoreApplication::translate("main", "Also write the message log to standard error."));
     const QCommandLineOption languageOption(
         QStringLiteral("lang"),
         QCoreApplication::translate("main", "Language of the texts, e.g. de or en (default: the system's)."),
         QStringLiteral("language"));
     parser.addOptions({portOption, modulesOption, observerOption, requestsOption, demoOption, demoAddOption,
-                       languageOption});
-    parser.process(app);
+                       languageOption, logFileOption, verboseOption});
+    // Every bad argument ends the same way: the reason, the usage, exit code 2.
+    const auto usageError = [&parser](const QString &reason) {
+        std::fprintf(stderr, "cascade-host: %s\n\n%s", qPrintable(reason), qPrintable(parser.helpText()));
+        return 2;
+    };
+    if (!parser.parse(app.arguments()))
+        return usageError(parser.errorText());
+    parser.process(app); // the arguments are known good: this only serves the built-in options (--help)
+    if (parser.positionalArguments().size() > 1)
+        return usageError(QCoreApplication::translate("main", "more than one controller address given"));
     if (parser.isSet(versionOption))
         parser.showVersion();
     // The modules' translations live next to them.
@@ -120,12 +151,18 @@ int main(int argc, char *argv[])
     const QString address = parser.positionalArguments().value(0, QStringLiteral("127.0.0.2"));
     bool portOk = false;
     const unsigned port = parser.value(portOption).toUInt(&portOk);
-    if (!portOk || port == 0 || port > 65535) {
-        std::fprintf(stderr, "%s\n",
-                     qPrintable(QCoreApplication::translate("main", "cascade-host: invalid port %1")
-                                    .arg(parser.value(portOption))));
-        return 2;
+    if (!portOk || port == 0 || port > 65535)
+        return usageError(QCoreApplication::translate("main", "invalid port %1").arg(parser.value(portOption)));
+
+    // The message log can be kept: in a file, and on standard error.
+    QFile logFile(parser.value(logFileOption));
+    if (parser.isSet(logFileOption) && !logFile.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
+        std::fprintf(stderr, "cascade-host: %s\n",
+                     qPrintable(QCoreApplication::translate("main", "cannot write the log file %1: %2")
+                                    .arg(logFile.fileName(), logFile.errorString())));
+        return 1;
     }
+    const bool verbose = parser.isSet(verboseOption);
 
     HostIOManager iom;
     iom.set_request_logging(parser.isSet(requestsOption));
@@ -133,6 +170,15 @@ int main(int argc, char *argv[])
     BackendVersions versions = connected ? readBackendVersions(&iom) : BackendVersions();
 
     MainWindow window(&iom, &versions, parser.isSet(observerOption));
+    QObject::connect(&window, &MainWindow::lineLogged, &window, [&logFile, verbose](const QString &line) {
+        const QByteArray bytes = line.toUtf8() + '\n';
+        if (logFile.isOpen()) {
+            logFile.write(bytes);
+            logFile.flush(); // each line on disk at once, so that a crash loses none
+        }
+        if (verbose)
+            std::fputs(bytes.constData(), stderr);
+    });
     if (!connected)
         window.log(QCoreApplication::translate("main", "Cannot connect to the controller at %1:%2 (%3)")
                        .arg(address)
@@ -147,7 +193,7 @@ int main(int argc, char *argv[])
 
     DemoWalkthrough *demo = nullptr;
     if (parser.isSet(demoOption)) {
-        demo = new DemoWalkthrough(&window, parser.value(demoOption), parser.value(demoAddOption), &window);
+        demo = new DemoWalkthrough(&window, parser.value(demoOption), parser.values(demoAddOption), &window);
         QTimer::singleShot(0, demo, &DemoWalkthrough::start);
     }
     const int rc = app.exec();

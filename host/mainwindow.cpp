@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QIcon>
 #include <QJsonObject>
 #include <QLabel>
 #include <QLibrary>
@@ -32,6 +33,8 @@ MainWindow::MainWindow(HostIOManager *iom, BackendVersions *versions, bool obser
 {
     setObjectName(QStringLiteral("CascadeHostMainWindow"));
     setWindowTitle(tr("Cascade Host"));
+    // The modules' dialogs are children of this window and show its icon too.
+    setWindowIcon(QIcon(QStringLiteral(":/cascade-host.png")));
     resize(900, 560);
 
     m_log = new QPlainTextEdit(this);
@@ -40,11 +43,15 @@ MainWindow::MainWindow(HostIOManager *iom, BackendVersions *versions, bool obser
     m_log->setMaximumBlockCount(20000);
     setCentralWidget(m_log);
 
+    // A normal status bar widget, not a permanent one: the status tip of the
+    // menu entry under the mouse replaces it for as long as it is shown.
     m_status = new QLabel(this);
-    statusBar()->addPermanentWidget(m_status, 1);
+    m_status->setObjectName(QStringLiteral("controllerStatus"));
+    statusBar()->addWidget(m_status, 1);
 
     auto *quit = new QAction(tr("&Quit"), this);
     quit->setShortcut(QKeySequence::Quit);
+    quit->setStatusTip(tr("Close the host and its modules"));
     connect(quit, &QAction::triggered, this, &QWidget::close);
     addEntry(tr("&File"), FileMenuOrder, 100, quit);
 
@@ -57,10 +64,12 @@ MainWindow::MainWindow(HostIOManager *iom, BackendVersions *versions, bool obser
     });
     addEntry(tr("&View"), ViewMenuOrder, 100, m_requestLogAction);
     auto *clear = new QAction(tr("&Clear log"), this);
+    clear->setStatusTip(tr("Empty the message log window"));
     connect(clear, &QAction::triggered, m_log, &QPlainTextEdit::clear);
     addEntry(tr("&View"), ViewMenuOrder, 200, clear);
 
     auto *aboutAction = new QAction(tr("&About"), this);
+    aboutAction->setStatusTip(tr("Show the host's purpose and the loaded modules"));
     connect(aboutAction, &QAction::triggered, this, &MainWindow::about);
     addEntry(tr("&Help"), HelpMenuOrder, 100, aboutAction);
 
@@ -206,7 +215,10 @@ QStringList MainWindow::menuTitles() const
 
 void MainWindow::log(const QString &line)
 {
-    m_log->appendPlainText(QStringLiteral("%1  %2").arg(QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz")), line));
+    const QString stamped =
+        QStringLiteral("%1  %2").arg(QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz")), line);
+    m_log->appendPlainText(stamped);
+    emit lineLogged(stamped);
 }
 
 void MainWindow::logMessage(const QString &receiver, const QString &sender, int type, const QString &text)

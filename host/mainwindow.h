@@ -36,6 +36,10 @@ public:
     // Titles of the menu bar's menus, left to right.
     QStringList menuTitles() const;
 
+signals:
+    // Every line of the message log as shown, with its time stamp.
+    void lineLogged(const QString &line);
+
 public slots:
     void log(const QString &line);
     void logMessage(const QString &receiver, const QString &sender, int type, const QString &text);

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSocketNotifier>
 #include <csignal>
 #include <cstdio>
@@ -71,7 +72,10 @@ int main(int argc, char *argv[])
                                      .arg(scenariosFolder()));
     const QCommandLineOption verbose({QStringLiteral("v"), QStringLiteral("verbose")},
                                      QStringLiteral("Log every request and reply on stderr."));
-    parser.addOption(verbose);
+    const QCommandLineOption hosts(QStringLiteral("hosts"),
+                                   QStringLiteral("Print a hosts-file line (address, hostname) for each controller "
+                                                  "of the scenario and exit."));
+    parser.addOptions({verbose, hosts});
     parser.process(app);
     if (parser.isSet(versionOption))
         parser.showVersion();
@@ -83,6 +87,18 @@ int main(int argc, char *argv[])
     if (!scenario.load(parser.positionalArguments().first(), &error)) {
         std::fprintf(stderr, "cascade-sim: %s\n", qPrintable(error));
         return 2;
+    }
+    if (parser.isSet(hosts)) {
+        // Lets a demo resolve the simulated hostnames: names that a hosts
+        // file cannot hold (blanks, '#', none at all) are left out.
+        for (const ControllerConfig &c : scenario.controllers) {
+            const QString name = c.hostname;
+            if (name.isEmpty() || name == c.address || name.contains(QLatin1Char('#'))
+                || name.contains(QRegularExpression(QStringLiteral("\\s"))))
+                continue;
+            std::printf("%s %s\n", qPrintable(c.address), name.toUtf8().constData());
+        }
+        return 0;
     }
     if (!installSignalHandlers()) {
         std::perror("cascade-sim: signal handlers");

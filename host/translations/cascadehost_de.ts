@@ -99,7 +99,7 @@
     </message>
     <message>
         <source>&amp;View</source>
-        <translation>&amp;Ansicht</translation>
+        <translation>A&amp;nsicht</translation>
     </message>
     <message>
         <source>&amp;Clear log</source>
@@ -179,6 +179,18 @@ Geladene Module:
         <source>none</source>
         <translation>keine</translation>
     </message>
+    <message>
+        <source>Close the host and its modules</source>
+        <translation>Den Host und seine Module schließen</translation>
+    </message>
+    <message>
+        <source>Empty the message log window</source>
+        <translation>Das Meldungsprotokoll leeren</translation>
+    </message>
+    <message>
+        <source>Show the host&apos;s purpose and the loaded modules</source>
+        <translation>Zweck des Hosts und die geladenen Module anzeigen</translation>
+    </message>
 </context>
 <context>
     <name>main</name>
@@ -213,16 +225,8 @@ Wenn ein Modul nicht lädt, zeigt ein Start mit QT_DEBUG_PLUGINS=1 den Grund.</t
         <translation>Den Dialog des kaskadierten Systems in einem Durchlauf bedienen, Bildschirmfotos und das Meldungsprotokoll in folder schreiben, dann beenden.</translation>
     </message>
     <message>
-        <source>Address of the controller the walkthrough adds by hand (default 127.0.0.12).</source>
-        <translation>Adresse des Controllers, den der Durchlauf von Hand hinzufügt (Vorgabe 127.0.0.12).</translation>
-    </message>
-    <message>
         <source>Language of the texts, e.g. de or en (default: the system&apos;s).</source>
         <translation>Sprache der Texte, z. B. de oder en (Vorgabe: die des Systems).</translation>
-    </message>
-    <message>
-        <source>cascade-host: invalid port %1</source>
-        <translation>cascade-host: ungültiger Port %1</translation>
     </message>
     <message>
         <source>Cannot connect to the controller at %1:%2 (%3)</source>
@@ -231,6 +235,30 @@ Wenn ein Modul nicht lädt, zeigt ein Start mit QT_DEBUG_PLUGINS=1 den Grund.</t
     <message>
         <source>Connected to %1 (%2, protocol %3)</source>
         <translation>Verbunden mit %1 (%2, Protokoll %3)</translation>
+    </message>
+    <message>
+        <source>Address or hostname of a controller the walkthrough adds by hand; repeat it to add several (default 127.0.0.12).</source>
+        <translation>Adresse oder Hostname eines Controllers, den der Durchlauf von Hand hinzufügt; mehrfach angeben, um mehrere hinzuzufügen (Vorgabe 127.0.0.12).</translation>
+    </message>
+    <message>
+        <source>Also write the message log to file (appending).</source>
+        <translation>Das Meldungsprotokoll auch in Datei schreiben (anhängend).</translation>
+    </message>
+    <message>
+        <source>Also write the message log to standard error.</source>
+        <translation>Das Meldungsprotokoll auch auf die Standardfehlerausgabe schreiben.</translation>
+    </message>
+    <message>
+        <source>more than one controller address given</source>
+        <translation>mehr als eine Controller-Adresse angegeben</translation>
+    </message>
+    <message>
+        <source>invalid port %1</source>
+        <translation>ungültiger Port %1</translation>
+    </message>
+    <message>
+        <source>cannot write the log file %1: %2</source>
+        <translation>Protokolldatei %1 kann nicht geschrieben werden: %2</translation>
     </message>
 </context>
 </TS>

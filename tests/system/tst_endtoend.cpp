@@ -17,7 +17,8 @@ namespace {
 
 const char Master[] = "127.0.5.40";
 
-// 46 is on another segment: only the walkthrough's add by hand finds it.
+// 46 and 48 are on another segment: only the walkthrough's adds by hand
+// find them, 48 by its hostname where the test can make it resolve.
 // 47 is unplugged while the dialog is open.
 const QByteArray Scenario = R"({ "controllers": [
     { "address": "127.0.5.40", "master": true, "hostname": "e2e-master", "scan_duration_ms": 400,
@@ -28,8 +29,27 @@ const QByteArray Scenario = R"({ "controllers": [
     { "address": "127.0.5.44", "hostname": "delta", "access": "read" },
     { "address": "127.0.5.45", "hostname": "Epsilon", "version": "3.1.0" },
     { "address": "127.0.5.46", "hostname": "zeta-annex", "scan_visible": false },
-    { "address": "127.0.5.47", "hostname": "eta-leaving", "unplug_on_signal": true }
+    { "address": "127.0.5.47", "hostname": "eta-leaving", "unplug_on_signal": true },
+    { "address": "127.0.5.48", "hostname": "theta-annex-with-a-long-hostname", "scan_visible": false }
 ] })";
+const char LongName[] = "theta-annex-with-a-long-hostname";
+
+// The command that runs a program in a mount namespace of its own, where
+// hostsFile is bound over /etc/hosts, as scripts/demo does; empty when this
+// machine does not allow it (then only addresses can be added by hand).
+QStringList withHostsFile(const QString &hostsFile)
+{
+    const QString bind = QStringLiteral("mount --bind \"$0\" /etc/hosts && exec \"$@\"");
+    for (const QStringList &unshare : {QStringList{"unshare", "--mount"}, QStringList{"unshare", "--map-root-user", "--mount"}}) {
+        const QStringList prefix = unshare + QStringList{"sh", "-c", bind, hostsFile};
+        QProcess probe;
+        probe.start(prefix.first(), prefix.mid(1) + QStringList{"getent", "hosts", LongName});
+        if (probe.waitForFinished(10000) && probe.exitStatus() == QProcess::NormalExit && probe.exitCode() == 0
+            && probe.readAll().contains("127.0.5.48"))
+            return prefix;
+    }
+    return {};
+}
 
 // Rows of a dialog table as "name ip availability", with " red" or " grey"
 // for a coloured row.
@@ -132,37 +152,96 @@ private slots:
     }
 
     // The host application loads the modules (reporting one that is not a
-    // plugin); its walkthrough selects a scanned controller, adds one the
-    // scan did not list by hand, selects it too, and OK connects both.
-    void hostWalkthroughConnectsAScannedAndAHandAddedController()
+    // plugin); its walkthrough selects a scanned controller, adds two the
+    // scan did not list by hand (one by hostname where names can be made to
+    // resolve), selects them too, and OK connects all three. The message log
+    // is kept in a file and on standard error as well.
+    void hostWalkthroughConnectsAScannedAndHandAddedControllers()
     {
         QTemporaryDir modules, out;
         QVERIFY(QFile::link(pluginPath(), modules.filePath(QStringLiteral("libCascadedSystemModule.so"))));
         QFile broken(modules.filePath(QStringLiteral("libbroken.so")));
         QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("not a library") > 0 && broken.flush());
+        QFile hosts(out.filePath(QStringLiteral("hosts")));
+        QFile etcHosts(QStringLiteral("/etc/hosts"));
+        QVERIFY(etcHosts.open(QIODevice::ReadOnly) && hosts.open(QIODevice::WriteOnly));
+        hosts.write(etcHosts.readAll() + "\n127.0.5.48 " + LongName + "\n");
+        hosts.close();
 
+        const QStringList ns = withHostsFile(hosts.fileName());
+        const QString secondAdd = ns.isEmpty() ? QStringLiteral("127.0.5.48") : QString::fromLatin1(LongName);
+        if (ns.isEmpty())
+            qWarning("no mount namespace allowed here: the walkthrough adds 127.0.5.48 by address");
+        const QString logPath = out.filePath(QStringLiteral("host.log"));
+        const QStringList args{QString::fromLatin1(Master), "--modules", modules.path(), "--lang", "en",
+                               "--demo-add", "127.0.5.46", "--demo-add", secondAdd, "--log-file", logPath,
+                               "--verbose", "--headless-demo", out.filePath(QStringLiteral("shots"))};
         QProcess host;
-        host.setProcessChannelMode(QProcess::MergedChannels);
-        host.start(QStringLiteral(CASCADE_HOST_PATH),
-                   {QString::fromLatin1(Master), QStringLiteral("--modules"), modules.path(), QStringLiteral("--lang"),
-                    QStringLiteral("en"), QStringLiteral("--demo-add"), QStringLiteral("127.0.5.46"),
-                    QStringLiteral("--headless-demo"), out.path()});
+        host.setProcessChannelMode(QProcess::SeparateChannels);
+        const QStringList command = ns + QStringList{QStringLiteral(CASCADE_HOST_PATH)} + args;
+        host.start(command.first(), command.mid(1));
         QVERIFY(host.waitForFinished(90000));
-        const QByteArray output = host.readAll();
-        QVERIFY2(host.exitStatus() == QProcess::NormalExit && host.exitCode() == 0, output.constData());
+        const QByteArray output = host.readAllStandardOutput(), errors = host.readAllStandardError();
+        QVERIFY2(host.exitStatus() == QProcess::NormalExit && host.exitCode() == 0, (output + errors).constData());
 
         char answer[200];
         QStringList connected;
         for (int i = 1; m_iom.get_parameter(answer, "cascade connected_slave d%2.2d", i) == 0; ++i)
             connected << QString::fromLatin1(answer);
-        QCOMPARE(connected, QStringList({"127.0.5.41", "127.0.5.42", "127.0.5.47", "127.0.5.45", "127.0.5.46"}));
+        QCOMPARE(connected, QStringList({"127.0.5.41", "127.0.5.42", "127.0.5.47", "127.0.5.45", "127.0.5.46",
+                                         "127.0.5.48"}));
 
-        QVERIFY(QFileInfo(QDir(out.path()).filePath(QStringLiteral("08-settings-reopened.png"))).size() > 0);
-        QFile log(QDir(out.path()).filePath(QStringLiteral("messages.log")));
+        const QDir shots(out.filePath(QStringLiteral("shots")));
+        for (const char *shot : {"06-item-tooltip.png", "09-settings-reopened.png"})
+            QVERIFY2(QFileInfo(shots.filePath(QLatin1String(shot))).size() > 0, shot);
+        QVERIFY2(output.contains(QByteArray("tool tip of the longest hostname: \"") + LongName + " / VESTRAL v2.7.1\""),
+                 output.constData());
+        QVERIFY2(output.contains(QByteArray("adding ") + secondAdd.toLatin1()), output.constData());
+
+        QFile log(shots.filePath(QStringLiteral("messages.log")));
         const QByteArray text = log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
         for (const char *expected : {"Cannot load libbroken.so", "New Hardware", "CascadedSettingsChanged"})
             QVERIFY2(text.contains(expected), text.constData());
         QVERIFY2(!text.contains("Error:"), text.constData());
+        // The kept log holds every line of the window's log, as does standard error.
+        QFile kept(logPath);
+        QVERIFY(kept.open(QIODevice::ReadOnly));
+        const QByteArray keptText = kept.readAll();
+        QCOMPARE(keptText.trimmed(), text.trimmed());
+        for (const QByteArray &line : keptText.split('\n'))
+            QVERIFY2(errors.contains(line), line.constData());
+    }
+
+    // Bad arguments end alike: the reason and the usage on standard error,
+    // exit code 2, before anything connects. --help is not an error.
+    void hostArguments_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("unknown option") << QStringList{"--bogus"} << 2 << "Unknown option 'bogus'";
+        QTest::newRow("missing value") << QStringList{"--port"} << 2 << "Missing value after '--port'";
+        QTest::newRow("bad port") << QStringList{"--port", "65536"} << 2 << "invalid port 65536";
+        QTest::newRow("two addresses") << QStringList{"127.0.5.69", "127.0.5.68"} << 2 << "more than one";
+        QTest::newRow("log file unwritable") << QStringList{"--log-file", "/nonexistent/dir/host.log"} << 1
+                                             << "cannot write the log file /nonexistent/dir/host.log";
+        QTest::newRow("help") << QStringList{"--help"} << 0 << "";
+    }
+    void hostArguments()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(int, code);
+        QFETCH(QString, message);
+        QProcess host;
+        host.start(QStringLiteral(CASCADE_HOST_PATH), args);
+        QVERIFY(host.waitForFinished(20000));
+        const QString out = QString::fromLocal8Bit(host.readAllStandardOutput());
+        const QString err = QString::fromLocal8Bit(host.readAllStandardError());
+        QCOMPARE(host.exitCode(), code);
+        QVERIFY2(err.contains(message), qPrintable(err));
+        // The usage goes with every argument error, and to standard output on --help.
+        QVERIFY2((code == 2 ? err : out).contains(QLatin1String("--log-file <file>")) || code == 1,
+                 qPrintable(out + err));
     }
 
 private:

@@ -3,14 +3,17 @@
 #include <QBrush>
 #include <QCursor>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QMessageBox>
 #include <QRegExp>
 #include <QRegExpValidator>
 #include <QSet>
 #include <QTableWidgetItem>
+#include <QToolTip>
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "BackendVersions.h"
 #include "IOManager.h"
@@ -68,11 +71,24 @@ bool probeController(const QString &name, Dialogue dialogue)
     return verdict;
 }
 
+// A grey or red row differs from the others by its colour alone; a screen
+// reader reads the cell text filled into this pattern for each of its
+// visible cells instead.
+QString statePattern(Qt::GlobalColor color)
+{
+    return color == Qt::red ? CascadedSettingsDlg::tr("%1 (not reachable)")
+                            : CascadedSettingsDlg::tr("%1 (not available)");
+}
+
 void setRowForeground(QTableWidget *table, int row, Qt::GlobalColor color)
 {
+    const QString pattern = statePattern(color);
     for (int c = 0; c < table->columnCount(); ++c) {
-        if (QTableWidgetItem *item = table->item(row, c))
+        if (QTableWidgetItem *item = table->item(row, c)) {
             item->setForeground(QBrush(color));
+            if (c != ColAvailable)
+                item->setData(Qt::AccessibleTextRole, pattern.arg(item->text()));
+        }
     }
 }
 
@@ -101,21 +117,74 @@ void setupTable(QTableWidget *table, int rowHeight)
     table->setSelectionMode(QAbstractItemView::SingleSelection);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // Tab and Shift+Tab leave the table for the next widget of the dialog
+    // instead of walking its cells; the arrow keys still move the current row.
+    table->setTabKeyNavigation(false);
     table->setColumnWidth(ColName, NameColumnWidth);
 }
 
 // Items are coloured before they are inserted: a change after insertion
-// costs the model a change notice per item.
-void fillRow(QTableWidget *table, int row, const SlaveInfo *slave, const QBrush *foreground = nullptr)
+// costs the model a change notice per item. A coloured row also gets the
+// texts a screen reader reads for its visible cells (see statePattern).
+void fillRow(QTableWidget *table, int row, const SlaveInfo *slave, const QBrush *foreground = nullptr,
+             const QString &pattern = QString())
 {
     const QString texts[] = {slave->hostname(), slave->ip(), slave->availableStr()};
     for (int column = ColName; column <= ColAvailable; ++column) {
         auto *item = new QTableWidgetItem(texts[column]);
-        if (foreground)
+        if (foreground) {
             item->setForeground(*foreground);
+            if (column != ColAvailable)
+                item->setData(Qt::AccessibleTextRole, pattern.arg(texts[column]));
+        }
         table->setItem(row, column, item);
     }
 }
+
+// The tool tip of every cell of a table: the row's full hostname, which the
+// 140-pixel Name column cuts, and on a second line what else the last scan
+// told about that controller (model, version). Worked out when the mouse
+// rests on a cell instead of being stored in every item, which would nearly
+// double the cost of rebuilding a long available list.
+class RowToolTips : public QObject
+{
+public:
+    RowToolTips(QTableWidget *table, std::function<QString(const QString &ip)> description)
+        : QObject(table), m_table(table), m_description(std::move(description))
+    {
+        table->viewport()->installEventFilter(this);
+    }
+
+    QString toolTip(int row) const
+    {
+        const QString hostname = cellText(m_table, row, ColName);
+        const QString details = m_description(cellText(m_table, row, ColIp)).section(QLatin1Char(' '), 1);
+        if (hostname.isEmpty() || details.isEmpty())
+            return hostname.isEmpty() ? details : hostname;
+        return hostname + QLatin1Char('\n') + details;
+    }
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() != QEvent::ToolTip)
+            return false;
+        auto *help = static_cast<QHelpEvent *>(event);
+        const QModelIndex index = m_table->indexAt(help->pos());
+        const QString tip = index.isValid() ? toolTip(index.row()) : QString();
+        if (tip.isEmpty()) {
+            QToolTip::hideText();
+            event->ignore();
+        } else {
+            QToolTip::showText(help->globalPos(), tip, m_table->viewport(), m_table->visualRect(index));
+        }
+        return true;
+    }
+
+private:
+    QTableWidget *m_table;
+    std::function<QString(const QString &ip)> m_description;
+};
 
 void deleteAll(QList<SlaveInfo *> &list)
 {
@@ -176,6 +245,10 @@ CascadedSettingsDlg::CascadedSettingsDlg(IOManager *iom, QWidget *parent, Backen
 
     setup_tableWidget_available();
     setup_tableWidget_selected();
+    setupAccessibility();
+    const auto description = [this](const QString &ip) { return scanDescription(ip); };
+    new RowToolTips(ui.tableWidget_available, description);
+    new RowToolTips(ui.tableWidget_selected, description);
 
     list_availableSlaves.clear();
     list_primarySelectedSlaves.clear();
@@ -189,6 +262,54 @@ CascadedSettingsDlg::~CascadedSettingsDlg()
 {
     deleteAll(list_availableSlaves);
     deleteAll(list_primarySelectedSlaves);
+}
+
+// Names and descriptions for screen readers. The visible texts carry
+// mnemonics and arrows, and the tables and the add field have none at all.
+void CascadedSettingsDlg::setupAccessibility()
+{
+    const struct
+    {
+        QWidget *widget;
+        QString name;
+        QString description;
+    } texts[] = {
+        {ui.checkBox_scanLan, tr("Scan LAN"),
+         tr("Lets the controller scan the LAN for controllers that can become slaves. A change is written to "
+            "the controller at once and starts a new scan.")},
+        {ui.tableWidget_selected, tr("Selected slaves"),
+         tr("Controllers selected as slaves of the Cascaded System. A connected slave that the controller "
+            "cannot reach is marked as not reachable.")},
+        {ui.pushButton_select, tr("Select"),
+         tr("Moves the current controller of the available controllers to the selected slaves.")},
+        {ui.pushButton_deselect, tr("Deselect"),
+         tr("Removes the current controller from the selected slaves.")},
+        {ui.tableWidget_available, tr("Available controllers"),
+         tr("Controllers found by the LAN scan or added by hand. A controller that cannot become a slave now is "
+            "marked as not available.")},
+        {ui.pushButton_update, tr("Update"),
+         tr("Scans the LAN again and refreshes the available controllers.")},
+        {ui.lineEdit_addSlave, tr("Slave hostname or IP address"),
+         tr("Hostname or IPv4 address of a controller to add to the available controllers.")},
+        {ui.pushButton_addSlave, tr("Add"),
+         tr("Checks the controller named in the field and adds it to the available controllers.")},
+        {ui.checkBox_wol, tr("Wake on LAN redirected to connected slaves"),
+         tr("Passes wake on LAN on to the connected slaves. Applied with OK.")},
+        {ui.pushButton_ok, tr("OK"), tr("Applies the changes to the controller and closes the dialog.")},
+        {ui.pushButton_cancel, tr("Cancel"), tr("Discards the changes and closes the dialog.")},
+    };
+    for (const auto &t : texts) {
+        t.widget->setAccessibleName(t.name);
+        t.widget->setAccessibleDescription(t.description);
+    }
+}
+
+QString CascadedSettingsDlg::scanDescription(const QString &ip) const
+{
+    for (const auto &entry : m_scanDescriptions)
+        if (entry.first == ip)
+            return entry.second;
+    return QString();
 }
 
 void CascadedSettingsDlg::reportError(const QString &text)
@@ -332,12 +453,16 @@ void CascadedSettingsDlg::update_tableWidget_available()
 {
     QTableWidget *table = ui.tableWidget_available;
     const QBrush grey(Qt::gray);
+    const QString greyText = statePattern(Qt::gray);
     table->setUpdatesEnabled(false);
     table->clearContents();
     table->setRowCount(list_availableSlaves.size());
     for (int i = 0; i < list_availableSlaves.size(); ++i) {
         const SlaveInfo *slave = list_availableSlaves.at(i);
-        fillRow(table, i, slave, slave->available() ? nullptr : &grey);
+        if (slave->available())
+            fillRow(table, i, slave);
+        else
+            fillRow(table, i, slave, &grey, greyText);
     }
     table->setUpdatesEnabled(true);
 }
@@ -435,6 +560,8 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
 
     timerUpdateAvailableSlaves.stop();
     deleteAll(list_availableSlaves);
+    m_scanDescriptions.clear();
+    m_scanDescriptions.reserve(qMax(count, 0));
 
     // Controllers already in the selected table are greyed.
     QSet<QString> selectedIps;
@@ -455,8 +582,10 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
         iom->get_parameter(available, ScannedSlaveAvailable, ip);
         terminate(available);
 
-        const QString hostname = QString::fromUtf8(description).section(QLatin1Char(' '), 0, 0);
+        const QString text = QString::fromUtf8(description);
+        const QString hostname = text.section(QLatin1Char(' '), 0, 0);
         auto *slave = new SlaveInfo(hostname, QString::fromUtf8(ip), QString::fromUtf8(available));
+        m_scanDescriptions.append(qMakePair(slave->ip(), text));
         if (selectedIps.contains(slave->ip()))
             slave->setAvailable(false);
         list_availableSlaves.append(slave);

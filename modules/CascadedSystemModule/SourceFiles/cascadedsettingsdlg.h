@@ -5,6 +5,8 @@
 #pragma once
 
 #include <QDialog>
+#include <QPair>
+#include <QVector>
 #include <QIcon>
 #include <QList>
 #include <QString>
@@ -80,6 +82,8 @@ private:
     bool isCascadeAvailable();
     void enableDialog(bool enable);
     void reportError(const QString &text);
+    void setupAccessibility();
+    QString scanDescription(const QString &ip) const;
 
     // Tables
     void setup_tableWidget_available();
@@ -122,4 +126,7 @@ private:
     QTimer timerConntectedSlavesAvailable;
     int m_iLastSelection_tableWidget_available;
     QIcon m_icon_lock;
+    // The description of each controller of the last scan (hostname, model,
+    // version), by IP address, in scan order; shown in the rows' tool tips.
+    QVector<QPair<QString, QString>> m_scanDescriptions;
 };

@@ -19,6 +19,102 @@
         <source>IP address is not available as a Cascaded System slave</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>%1 (not reachable)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 (not available)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Scan LAN</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Lets the controller scan the LAN for controllers that can become slaves. A change is written to the controller at once and starts a new scan.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Selected slaves</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Controllers selected as slaves of the Cascaded System. A connected slave that the controller cannot reach is marked as not reachable.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Select</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Moves the current controller of the available controllers to the selected slaves.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Deselect</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Removes the current controller from the selected slaves.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Available controllers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Controllers found by the LAN scan or added by hand. A controller that cannot become a slave now is marked as not available.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Update</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Scans the LAN again and refreshes the available controllers.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Slave hostname or IP address</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hostname or IPv4 address of a controller to add to the available controllers.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Add</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Checks the controller named in the field and adds it to the available controllers.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Wake on LAN redirected to connected slaves</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Passes wake on LAN on to the connected slaves. Applied with OK.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Applies the changes to the controller and closes the dialog.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Discards the changes and closes the dialog.</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>CascadedSettingsDlgClass</name>

@@ -19,6 +19,102 @@
         <source>IP address is not available as a Cascaded System slave</source>
         <translation>IP-Adresse ist nicht als Slave des kaskadierten Systems verfügbar</translation>
     </message>
+    <message>
+        <source>%1 (not reachable)</source>
+        <translation>%1 (nicht erreichbar)</translation>
+    </message>
+    <message>
+        <source>%1 (not available)</source>
+        <translation>%1 (nicht verfügbar)</translation>
+    </message>
+    <message>
+        <source>Scan LAN</source>
+        <translation>LAN durchsuchen</translation>
+    </message>
+    <message>
+        <source>Lets the controller scan the LAN for controllers that can become slaves. A change is written to the controller at once and starts a new scan.</source>
+        <translation>Lässt den Controller das LAN nach Controllern durchsuchen, die Slaves werden können. Eine Änderung wird sofort zum Controller geschrieben und startet eine neue Suche.</translation>
+    </message>
+    <message>
+        <source>Selected slaves</source>
+        <translation>Ausgewählte Slaves</translation>
+    </message>
+    <message>
+        <source>Controllers selected as slaves of the Cascaded System. A connected slave that the controller cannot reach is marked as not reachable.</source>
+        <translation>Als Slaves des kaskadierten Systems ausgewählte Controller. Ein verbundener Slave, den der Controller nicht erreicht, ist als nicht erreichbar markiert.</translation>
+    </message>
+    <message>
+        <source>Select</source>
+        <translation>Auswählen</translation>
+    </message>
+    <message>
+        <source>Moves the current controller of the available controllers to the selected slaves.</source>
+        <translation>Übernimmt den aktuellen der verfügbaren Controller in die ausgewählten Slaves.</translation>
+    </message>
+    <message>
+        <source>Deselect</source>
+        <translation>Abwählen</translation>
+    </message>
+    <message>
+        <source>Removes the current controller from the selected slaves.</source>
+        <translation>Entfernt den aktuellen Controller aus den ausgewählten Slaves.</translation>
+    </message>
+    <message>
+        <source>Available controllers</source>
+        <translation>Verfügbare Controller</translation>
+    </message>
+    <message>
+        <source>Controllers found by the LAN scan or added by hand. A controller that cannot become a slave now is marked as not available.</source>
+        <translation>Von der LAN-Suche gefundene oder von Hand hinzugefügte Controller. Ein Controller, der jetzt kein Slave werden kann, ist als nicht verfügbar markiert.</translation>
+    </message>
+    <message>
+        <source>Update</source>
+        <translation>Aktualisieren</translation>
+    </message>
+    <message>
+        <source>Scans the LAN again and refreshes the available controllers.</source>
+        <translation>Durchsucht das LAN erneut und aktualisiert die verfügbaren Controller.</translation>
+    </message>
+    <message>
+        <source>Slave hostname or IP address</source>
+        <translation>Hostname oder IP-Adresse des Slaves</translation>
+    </message>
+    <message>
+        <source>Hostname or IPv4 address of a controller to add to the available controllers.</source>
+        <translation>Hostname oder IPv4-Adresse eines Controllers, der zu den verfügbaren Controllern hinzugefügt werden soll.</translation>
+    </message>
+    <message>
+        <source>Add</source>
+        <translation>Hinzufügen</translation>
+    </message>
+    <message>
+        <source>Checks the controller named in the field and adds it to the available controllers.</source>
+        <translation>Prüft den im Feld genannten Controller und fügt ihn zu den verfügbaren Controllern hinzu.</translation>
+    </message>
+    <message>
+        <source>Wake on LAN redirected to connected slaves</source>
+        <translation>Wake-on-LAN an verbundene Slaves</translation>
+    </message>
+    <message>
+        <source>Passes wake on LAN on to the connected slaves. Applied with OK.</source>
+        <translation>Leitet Wake-on-LAN an die verbundenen Slaves weiter. Wird mit OK übernommen.</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Applies the changes to the controller and closes the dialog.</source>
+        <translation>Überträgt die Änderungen zum Controller und schließt den Dialog.</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Discards the changes and closes the dialog.</source>
+        <translation>Verwirft die Änderungen und schließt den Dialog.</translation>
+    </message>
 </context>
 <context>
     <name>CascadedSettingsDlgClass</name>

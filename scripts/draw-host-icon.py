@@ -1,0 +1,101 @@
+#!/usr/bin/env python3
+"""Draws the 64 x 64 application icon of cascade-host: a master controller
+linked to two slaves, white on a blue rounded square. Standard library only.
+
+Usage: scripts/draw-host-icon.py OUTPUT.png
+       (the checked-in icon is host/resources/cascade-host.png)
+"""
+import math
+import struct
+import sys
+import zlib
+
+SIZE = 64
+SAMPLES = 4  # supersampling per axis, for smooth edges
+
+
+def rounded_rect(px, py, x0, y0, x1, y1, r):
+    if not (x0 <= px <= x1 and y0 <= py <= y1):
+        return False
+    cx = min(max(px, x0 + r), x1 - r)
+    cy = min(max(py, y0 + r), y1 - r)
+    return (px - cx) ** 2 + (py - cy) ** 2 <= r * r
+
+
+def colour_at(px, py):
+    """(r, g, b, a) of the topmost shape under the point, or None."""
+    # Links: master down to a bar, the bar down to each slave.
+    if 30.5 <= px <= 33.5 and 23 <= py <= 33.5:
+        return (255, 255, 255, 255)
+    if 14.5 <= px <= 49.5 and 30.5 <= py <= 33.5:
+        return (255, 255, 255, 255)
+    if (14.5 <= px <= 17.5 or 46.5 <= px <= 49.5) and 30.5 <= py <= 41:
+        return (255, 255, 255, 255)
+    # Master: a box with a green status light.
+    if math.hypot(px - 37, py - 16.5) <= 2.2:
+        return (80, 200, 120, 255)
+    if rounded_rect(px, py, 20, 9, 44, 24, 3):
+        return (250, 252, 255, 255)
+    # Two slaves.
+    for x0 in (5, 35):
+        if rounded_rect(px, py, x0, 40, x0 + 24, 53, 3):
+            if 45 <= py <= 49 and x0 + 5 <= px <= x0 + 19 and (px - x0 - 5) % 3.5 < 1.5:
+                return (120, 150, 180, 255)  # vents
+            return (222, 232, 242, 255)
+    # Background: blue rounded square, lighter at the top.
+    if rounded_rect(px, py, 1, 1, 63, 63, 11):
+        t = py / SIZE
+        return (int(40 - 14 * t), int(118 - 36 * t), int(178 - 40 * t), 255)
+    return None
+
+
+def render():
+    rows = []
+    for y in range(SIZE):
+        row = bytearray(b"\x00")  # PNG filter: none
+        for x in range(SIZE):
+            acc = [0, 0, 0, 0]
+            for sy in range(SAMPLES):
+                for sx in range(SAMPLES):
+                    c = colour_at(x + (sx + 0.5) / SAMPLES, y + (sy + 0.5) / SAMPLES)
+                    if c:
+                        for i in range(3):
+                            acc[i] += c[i] * c[3]
+                        acc[3] += c[3]
+            n = SAMPLES * SAMPLES
+            if acc[3]:
+                row += bytes((acc[0] // acc[3], acc[1] // acc[3], acc[2] // acc[3], acc[3] // n))
+            else:
+                row += b"\x00\x00\x00\x00"
+        rows.append(bytes(row))
+    return b"".join(rows)
+
+
+def png(raw):
+    def chunk(kind, data):
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data) & 0xFFFFFFFF)
+
+    header = struct.pack(">IIBBBBB", SIZE, SIZE, 8, 6, 0, 0, 0)  # 8-bit RGBA
+    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(raw, 9)) + chunk(b"IEND", b"")
+
+
+def main(argv):
+    if len(argv) == 2 and argv[1] in ("-h", "--help"):
+        print(__doc__.strip())
+        return 0
+    if len(argv) != 2 or argv[1].startswith("-"):
+        sys.stderr.write("draw-host-icon.py: expected one output file, e.g. host/resources/cascade-host.png\n"
+                         "Usage: scripts/draw-host-icon.py OUTPUT.png\n")
+        return 2
+    data = png(render())
+    try:
+        with open(argv[1], "wb") as f:
+            f.write(data)
+    except OSError as e:
+        sys.stderr.write("draw-host-icon.py: cannot write %s: %s\n" % (argv[1], e.strerror))
+        return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv))

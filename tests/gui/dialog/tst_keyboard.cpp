@@ -1,0 +1,310 @@
+// The settings dialog for keyboard and screen-reader users: the Tab chain,
+// arrow keys in the tables, accessible names and descriptions (also
+// translated), row state and hostname tool tips on the items, and no tool
+// tip or status tip on any widget.
+#include <QAccessible>
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QToolTip>
+#include <QTranslator>
+#include <QtTest>
+
+#include "BackendVersions.h"
+#include "cascadedsettingsdlg.h"
+#include "guitest.h"
+#include "scriptediomanager.h"
+
+namespace {
+
+using Slave = ScriptedIOManager::Slave;
+
+const QString LongName = QStringLiteral("measurement-hall-b-annex-07");
+
+// The dialog's widgets in their Tab order.
+const QStringList TabChain{"checkBox_scanLan",      "tableWidget_selected", "pushButton_select",
+                           "pushButton_deselect",   "tableWidget_available", "pushButton_update",
+                           "lineEdit_addSlave",     "pushButton_addSlave",  "checkBox_wol",
+                           "pushButton_ok",         "pushButton_cancel"};
+
+QString focusName()
+{
+    QWidget *w = QApplication::focusWidget();
+    return w ? w->objectName() : QStringLiteral("<none>");
+}
+
+// Presses key count times and returns the object names that had the focus
+// after each press.
+QStringList walk(Qt::Key key, Qt::KeyboardModifiers modifiers, int count)
+{
+    QStringList seen;
+    for (int i = 0; i < count; ++i) {
+        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+        seen << focusName();
+    }
+    return seen;
+}
+
+// expected, started at start and walked forward (or backward) count steps.
+QStringList rotation(const QStringList &expected, const QString &start, int count, bool forward)
+{
+    QStringList out;
+    const int n = expected.size();
+    int i = expected.indexOf(start);
+    for (int k = 0; k < count && i >= 0; ++k) {
+        i = forward ? (i + 1) % n : (i + n - 1) % n;
+        out << expected.at(i);
+    }
+    return out;
+}
+
+// The tool tip the table shows when the mouse rests at a point of its
+// viewport, or on a cell.
+QString toolTipAt(QTableWidget *table, const QPoint &at)
+{
+    QToolTip::hideText(); // fades out: wait until it is gone
+    if (!QTest::qWaitFor([] { return !QToolTip::isVisible(); }, 2000))
+        return QStringLiteral("<tool tip stuck>");
+    QHelpEvent help(QEvent::ToolTip, at, table->viewport()->mapToGlobal(at));
+    QApplication::sendEvent(table->viewport(), &help);
+    return QToolTip::isVisible() ? QToolTip::text() : QString();
+}
+
+QString toolTipAt(QTableWidget *table, int row, int column)
+{
+    return toolTipAt(table, table->visualRect(table->model()->index(row, column)).center());
+}
+
+// The lower-case letter after the '&' of a text, or a null char.
+QChar mnemonic(const QString &text)
+{
+    const int at = text.indexOf(QLatin1Char('&'));
+    return at >= 0 && at + 1 < text.size() ? text.at(at + 1).toLower() : QChar();
+}
+
+QAccessibleInterface *cellOf(QTableWidget *table, int row, int column)
+{
+    QAccessibleInterface *iface = QAccessible::queryAccessibleInterface(table);
+    return iface && iface->tableInterface() ? iface->tableInterface()->cellAt(row, column) : nullptr;
+}
+
+} // namespace
+
+class KeyboardAccessTest : public QObject
+{
+    Q_OBJECT
+
+    ScriptedIOManager iom;
+    BackendVersions versions;
+    QWidget host;
+
+    template <class T>
+    static T *child(QWidget *dlg, const char *name)
+    {
+        return dlg->findChild<T *>(QLatin1String(name));
+    }
+    void setModel(const QString &model)
+    {
+        versions = BackendVersions(VersionInfo(2, 0, 0), VersionInfo(1, 9, 0), VersionInfo(2, 0, 0), model);
+    }
+    // Ready once the first rebuild of the available list has applied the
+    // button rules (it empties and refills the table).
+    static std::function<bool()> filled(CascadedSettingsDlg *dlg, int rows)
+    {
+        return [dlg, rows] { return child<QTableWidget>(dlg, "tableWidget_available")->rowCount() == rows; };
+    }
+
+private slots:
+    void initTestCase()
+    {
+        GuiTest::install();
+        QAccessible::setActive(true);
+    }
+    void init()
+    {
+        iom = ScriptedIOManager();
+        setModel(QStringLiteral("VESTRAL"));
+    }
+    void cleanup() { VERIFY_CLEAN(); }
+
+    // Tab and Shift+Tab go round the enabled, visible widgets in the dialog's
+    // order; tables are left with one press, not walked cell by cell.
+    void tabOrder_data()
+    {
+        QTest::addColumn<QString>("setup");
+        QTest::addColumn<QStringList>("chain");
+        QStringList unlocked = TabChain;
+        unlocked.removeAll("pushButton_select"); // no current row after the first rebuild
+        unlocked.removeAll("pushButton_deselect");
+        QStringList harrowglint = unlocked;
+        harrowglint.removeAll("checkBox_wol"); // hidden for this model
+        QTest::newRow("available") << "available" << unlocked;
+        QTest::newRow("HARROWGLINT, wake-on-LAN hidden") << "HARROWGLINT" << harrowglint;
+        QTest::newRow("locked configuration")
+            << "locked"
+            << QStringList{"tableWidget_selected", "tableWidget_available", "pushButton_update",
+                           "lineEdit_addSlave",    "pushButton_addSlave",   "pushButton_cancel"};
+        QTest::newRow("cascade not available") << "unavailable" << QStringList{"pushButton_cancel"};
+    }
+    void tabOrder()
+    {
+        QFETCH(QString, setup);
+        QFETCH(QStringList, chain);
+        const QList<Slave> connected{{"ctrl1", "10.0.0.1"}, {"ctrl2", "10.0.0.2"}};
+        iom.scriptCascade(connected, {{"scan-a", "10.0.0.5"}, {"scan-b", "10.0.0.6"}});
+        if (setup == QLatin1String("HARROWGLINT"))
+            setModel(setup);
+        else if (setup == QLatin1String("locked"))
+            iom.answer(QStringLiteral("config is_changeable"), "no");
+        else if (setup == QLatin1String("unavailable"))
+            iom.answer(QStringLiteral("cascade available"), "no");
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        const auto ready = setup == QLatin1String("unavailable") ? std::function<bool()>() : filled(&dlg, 2);
+        GuiTest::openAndRun(&dlg, ready, [&] {
+            QVERIFY(QTest::qWaitForWindowActive(&dlg));
+            QVERIFY2(chain.contains(focusName()), qPrintable(focusName()));
+            const QString start = focusName();
+            const int n = chain.size();
+            QCOMPARE(walk(Qt::Key_Tab, Qt::NoModifier, n + 1), rotation(chain, start, n + 1, true));
+            QCOMPARE(walk(Qt::Key_Backtab, Qt::ShiftModifier, n + 1), rotation(chain, focusName(), n + 1, false));
+            QVERIFY(dlg.isVisible()); // no key pressed a button
+            child<QPushButton>(&dlg, "pushButton_cancel")->click();
+        });
+    }
+
+    // Arrow keys move the current row of the focused table; they do not run
+    // the button rules (only clicks, moves and rebuilds do), and Tab then
+    // leaves the table for the next widget.
+    void arrowKeysMoveTheRow()
+    {
+        iom.scriptCascade({}, {{"alpha", "10.0.0.5"}, {"beta", "10.0.0.6", "no"}, {"gamma", "10.0.0.7"}});
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        GuiTest::openAndRun(&dlg, filled(&dlg, 3), [&] {
+            QVERIFY(QTest::qWaitForWindowActive(&dlg));
+            auto *available = child<QTableWidget>(&dlg, "tableWidget_available");
+            auto *select = child<QPushButton>(&dlg, "pushButton_select");
+            available->setFocus(Qt::TabFocusReason);
+            GuiTest::clickRow(available, 0);
+            QVERIFY(select->isEnabled());
+            QTest::keyClick(available, Qt::Key_Down);
+            QCOMPARE(available->currentRow(), 1);
+            QVERIFY(select->isEnabled()); // beta ("no") is current, but no rule ran
+            QTest::keyClick(available, Qt::Key_Down);
+            QTest::keyClick(available, Qt::Key_Up);
+            QCOMPARE(available->currentRow(), 1);
+            QTest::keyClick(available, Qt::Key_Tab);
+            QCOMPARE(focusName(), QStringLiteral("pushButton_update"));
+            child<QPushButton>(&dlg, "pushButton_cancel")->click();
+        });
+    }
+
+    // Every focusable widget has a name and a description for screen
+    // readers, in the language of the translation loaded, and the Alt
+    // shortcuts of the dialog are unique; no widget has a tool tip or
+    // status tip.
+    void accessibleNames_data()
+    {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("selectedName");
+        QTest::addColumn<QString>("addFieldName");
+        QTest::newRow("en") << "en" << "Selected slaves" << "Slave hostname or IP address";
+        QTest::newRow("de") << "de" << "Ausgewählte Slaves" << "Hostname oder IP-Adresse des Slaves";
+    }
+    void accessibleNames()
+    {
+        QFETCH(QString, language);
+        QFETCH(QString, selectedName);
+        QFETCH(QString, addFieldName);
+        QTranslator translator;
+        if (language != QLatin1String("en")) {
+            QVERIFY(translator.load(QLocale(language), QStringLiteral("cascadedsystem"), QStringLiteral("_"),
+                                    QStringLiteral(CASCADE_MODULE_TRANSLATIONS)));
+            QCoreApplication::installTranslator(&translator);
+        }
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        QCoreApplication::removeTranslator(&translator);
+
+        QSet<QString> names;
+        for (const QString &objectName : TabChain) {
+            QWidget *w = dlg.findChild<QWidget *>(objectName);
+            QAccessibleInterface *iface = QAccessible::queryAccessibleInterface(w);
+            QVERIFY2(iface, qPrintable(objectName));
+            const QString name = iface->text(QAccessible::Name);
+            QVERIFY2(!name.isEmpty() && !name.contains(QLatin1Char('&')), qPrintable(objectName + ": " + name));
+            QVERIFY2(iface->text(QAccessible::Description).size() > 20, qPrintable(objectName));
+            names.insert(name);
+        }
+        QCOMPARE(names.size(), TabChain.size()); // each says which one it is
+        QCOMPARE(QAccessible::queryAccessibleInterface(child<QTableWidget>(&dlg, "tableWidget_selected"))
+                     ->text(QAccessible::Name),
+                 selectedName);
+        QCOMPARE(QAccessible::queryAccessibleInterface(child<QLineEdit>(&dlg, "lineEdit_addSlave"))
+                     ->text(QAccessible::Name),
+                 addFieldName);
+        QString letters;
+        for (const char *name : {"checkBox_scanLan", "pushButton_select", "pushButton_deselect", "pushButton_update",
+                                 "label_addSlave", "pushButton_addSlave", "checkBox_wol"}) {
+            QWidget *w = child<QWidget>(&dlg, name);
+            const QString text = w->property("text").toString();
+            QVERIFY2(!mnemonic(text).isNull() && !letters.contains(mnemonic(text)), qPrintable(text));
+            letters += mnemonic(text);
+        }
+        QList<QWidget *> widgets = dlg.findChildren<QWidget *>();
+        widgets << &dlg;
+        for (QWidget *w : qAsConst(widgets))
+            QVERIFY2(w->toolTip().isEmpty() && w->statusTip().isEmpty(), qPrintable(w->objectName()));
+    }
+
+    // Each visible cell shows the full hostname (and what the scan told
+    // about the controller) as its tool tip, and a screen reader reads the
+    // full hostname from the Name cell; a grey or red row says in its cells'
+    // accessible text what the colour means. Texts, colours and the
+    // 140-pixel Name column stay as they are.
+    void rowsForScreenReaders()
+    {
+        iom.scriptCascade({{"ctrl1", "10.0.0.1"}, {"ctrl2", "10.0.0.2", "no"}},
+                          {{LongName, "10.0.0.5"}, {"busy", "10.0.0.6", "no"}, {"ctrl1", "10.0.0.1"}});
+        CascadedSettingsDlg dlg(&iom, &host, &versions);
+        GuiTest::openAndRun(&dlg, filled(&dlg, 3), [&] {
+            auto *available = child<QTableWidget>(&dlg, "tableWidget_available");
+            auto *selected = child<QTableWidget>(&dlg, "tableWidget_selected");
+            QCOMPARE(available->columnWidth(0), 140);
+            // Sorted: busy, ctrl1 (grey: connected), the long name.
+            QCOMPARE(GuiTest::rows(available),
+                     QStringList({"busy|10.0.0.6|no", "ctrl1|10.0.0.1|no", LongName + "|10.0.0.5|yes"}));
+            QCOMPARE(GuiTest::colours(available), QStringList({"grey", "grey", "default"}));
+            QCOMPARE(GuiTest::colours(selected), QStringList({"default", "red"}));
+
+            const QString longTip = LongName + QStringLiteral("\nVESTRAL v2.7.0");
+            for (int column : {0, 1}) {
+                QCOMPARE(toolTipAt(available, 2, column), longTip);
+                QAccessibleInterface *cell = cellOf(available, 2, column);
+                QVERIFY(cell);
+                QCOMPARE(cell->text(QAccessible::Name), available->item(2, column)->text());
+            }
+            QCOMPARE(toolTipAt(available, 0, 0), QStringLiteral("busy\nVESTRAL v2.7.0"));
+            const QRect last = available->visualRect(available->model()->index(2, 0));
+            QCOMPARE(toolTipAt(available, last.bottomLeft() + QPoint(5, 10)), QString()); // below the rows: none
+            QCOMPARE(cellOf(available, 0, 0)->text(QAccessible::Name), QStringLiteral("busy (not available)"));
+            QCOMPARE(cellOf(available, 0, 1)->text(QAccessible::Name), QStringLiteral("10.0.0.6 (not available)"));
+            QCOMPARE(cellOf(selected, 0, 0)->text(QAccessible::Name), QStringLiteral("ctrl1"));
+            QCOMPARE(cellOf(selected, 1, 0)->text(QAccessible::Name), QStringLiteral("ctrl2 (not reachable)"));
+            QCOMPARE(cellOf(selected, 1, 1)->text(QAccessible::Name), QStringLiteral("10.0.0.2 (not reachable)"));
+            QCOMPARE(toolTipAt(selected, 1, 1), QStringLiteral("ctrl2")); // not in the scan result
+
+            // Selecting greys the available row for screen readers too; the
+            // new selected row carries the tool tip.
+            GuiTest::clickRow(available, 2);
+            child<QPushButton>(&dlg, "pushButton_select")->click();
+            QCOMPARE(GuiTest::colours(available).last(), QStringLiteral("grey"));
+            QCOMPARE(cellOf(available, 2, 0)->text(QAccessible::Name), LongName + QStringLiteral(" (not available)"));
+            QCOMPARE(toolTipAt(selected, 2, 0), longTip);
+            QCOMPARE(cellOf(selected, 2, 0)->text(QAccessible::Name), LongName);
+            child<QPushButton>(&dlg, "pushButton_cancel")->click();
+        });
+    }
+};
+
+QTEST_MAIN(KeyboardAccessTest)
+#include "tst_keyboard.moc"
