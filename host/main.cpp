@@ -56,23 +56,16 @@ void installTranslations(const QLocale &locale, const QString &folder)
         installTranslation(locale, name, folder);
 }
 
-// Whether the arguments only ask for the help or the version text, which
-// needs no window: such a run must work without a display too.
-bool onlyAsksForText(int argc, char *argv[])
-{
-    for (int i = 1; i < argc; ++i) {
-        const QByteArray arg(argv[i]);
-        if (arg == "-h" || arg == "--help" || arg == "--help-all" || arg == "-?" || arg == "--version")
-            return true;
-    }
-    return false;
-}
-
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    if (onlyAsksForText(argc, argv) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+    // Without a display the arguments are still checked and --help,
+    // --version and the headless walkthrough still work: Qt then draws
+    // offscreen instead of aborting before the arguments are read.
+    const bool noDisplay = qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
+                           qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (noDisplay)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("cascade-host"));
@@ -145,6 +138,12 @@ int main(int argc, char *argv[])
         return usageError(QCoreApplication::translate("main", "more than one controller address given"));
     if (parser.isSet(versionOption))
         parser.showVersion();
+    if (noDisplay && !parser.isSet(demoOption)) {
+        std::fprintf(stderr, "cascade-host: %s\n",
+                     qPrintable(QCoreApplication::translate(
+                         "main", "no display; set DISPLAY, or QT_QPA_PLATFORM=offscreen to run without a window")));
+        return 1;
+    }
     // The modules' translations live next to them.
     installTranslations(locale, QDir(parser.value(modulesOption)).filePath(QStringLiteral("translations")));
 
