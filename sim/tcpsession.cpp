@@ -35,29 +35,38 @@ void TcpSession::scheduleProcess()
     QTimer::singleShot(0, this, [this] { process(); });
 }
 
+// Lines are cut out of m_input by moving m_pos; the buffer is compacted only
+// when no line end is left in it, when at most one unfinished request
+// remains. Refills ask the socket for more than its buffer holds, which
+// makes it read from the network again once its buffer was full.
 void TcpSession::process()
 {
     m_scheduled = false;
-    for (int n = 0; n < LinesPerPass; ++n) {
-        if (m_busy || m_socket->state() != QAbstractSocket::ConnectedState
-            || m_socket->bytesToWrite() > OutputLimit)
+    for (int lines = 0; lines < LinesPerPass;) {
+        if (m_busy || m_socket->state() != QAbstractSocket::ConnectedState || m_socket->bytesToWrite() > OutputLimit)
             return;
-        if (!m_socket->canReadLine()) {
+        const int end = m_input.indexOf('\n', m_pos);
+        if (end < 0) {
+            m_input.remove(0, m_pos);
+            m_pos = 0;
             // No line end within the longest request and its "\r\n": it never fits.
-            if (m_socket->bytesAvailable() > qint64(MaxRequestLength) + 2)
+            if (m_input.size() > int(MaxRequestLength) + 2) {
                 refuse("request too long");
-            return;
+                return;
+            }
+            const QByteArray more = m_socket->read(InputLimit - m_input.size());
+            if (more.isEmpty())
+                return; // readyRead brings more
+            m_input += more;
+            continue;
         }
-        char line[MaxRequestLength + 3 + 1]; // the text, "\r\n" and one byte more to see it is too long
-        qint64 len = m_socket->readLine(line, sizeof line);
-        if (len <= 0 || line[len - 1] != '\n') {
-            refuse("request too long");
-            return;
-        }
-        --len;
-        if (len > 0 && line[len - 1] == '\r')
+        int len = end - m_pos;
+        if (len > 0 && m_input.at(end - 1) == '\r')
             --len;
-        answer(std::string(line, size_t(len)));
+        const std::string line(m_input.constData() + m_pos, size_t(len));
+        m_pos = end + 1;
+        answer(line);
+        ++lines;
     }
     scheduleProcess(); // more may wait: go on after the event loop has run
 }

@@ -13,6 +13,10 @@
 #include "modaldriver.h"
 #include "simprocess.h"
 
+using ControllerProtocol::AnswerSize;
+using ControllerProtocol::MaxAnswerLength;
+using ControllerProtocol::Port;
+
 namespace {
 
 const char Master[] = "127.0.5.40";
@@ -151,7 +155,7 @@ private slots:
         const QByteArray output = host.readAll();
         QVERIFY2(host.exitStatus() == QProcess::NormalExit && host.exitCode() == 0, output.constData());
 
-        char answer[200];
+        char answer[AnswerSize];
         QStringList connected;
         for (int i = 1; m_iom.get_parameter(answer, "cascade connected_slave d%2.2d", i) == 0; ++i)
             connected << QString::fromLatin1(answer);
