@@ -136,12 +136,15 @@ private slots:
     }
 
     // The host application loads the modules (reporting one that is not a
-    // plugin); its walkthrough selects a scanned controller, adds one the
+    // plugin, and loading one reachable under two names once); its walkthrough selects a scanned controller, adds one the
     // scan did not list by hand, selects it too, and OK connects both.
     void hostWalkthroughConnectsAScannedAndAHandAddedController()
     {
+        // The usual versioned layout: the one plugin under two names.
         QTemporaryDir modules, out;
-        QVERIFY(QFile::link(pluginPath(), modules.filePath(QStringLiteral("libCascadedSystemModule.so"))));
+        QVERIFY(QFile::link(pluginPath(), modules.filePath(QStringLiteral("libCascadedSystemModule.so.1.0.10"))));
+        QVERIFY(QFile::link(QStringLiteral("libCascadedSystemModule.so.1.0.10"),
+                            modules.filePath(QStringLiteral("libCascadedSystemModule.so"))));
         QFile broken(modules.filePath(QStringLiteral("libbroken.so")));
         QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("not a library") > 0 && broken.flush());
 
@@ -166,6 +169,7 @@ private slots:
         const QByteArray text = log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
         for (const char *expected : {"Cannot load libbroken.so", "New Hardware", "CascadedSettingsChanged"})
             QVERIFY2(text.contains(expected), text.constData());
+        QVERIFY2(text.count("Loaded module") == 1, text.constData());
         QVERIFY2(!text.contains("Error:"), text.constData());
     }
 
