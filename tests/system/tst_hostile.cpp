@@ -246,6 +246,7 @@ private slots:
         qInfo("%lld replies in %lld ms", received / reply.size(), clock.elapsed());
         QCOMPARE(received / reply.size(), expected);
         ::close(fd);
+        QCOMPARE(sim.stop(), 0);
     }
 
     // Connections that send nothing are closed after the idle time-out; one
@@ -278,6 +279,8 @@ private slots:
             QTRY_COMPARE_WITH_TIMEOUT(s.state(), QAbstractSocket::UnconnectedState, 8000);
         QCOMPARE(iom.open_connection(limited, Port), 0);
         QCOMPARE(iom.get_parameter(answer, "system model"), 0);
+        iom.close_connection();
+        QCOMPARE(sim.stop(), 0);
     }
 
     // A connect that the controller never completes costs ConnectTimeoutMs
