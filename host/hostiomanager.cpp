@@ -342,9 +342,7 @@ bool HostIOManager::ensureConnected(int timeoutMs)
         return false;
     }
     if (m_sinceConnectFailed.isValid() && !m_sinceConnectFailed.hasExpired(ReconnectHoldOffMs)) {
-        fail(NotConnected, tr("cannot connect to %1:%2 (%3); next attempt in %4 ms")
-                               .arg(m_address)
-                               .arg(m_port)
+        fail(NotConnected, tr("not connected (%1); next attempt in %2 ms")
                                .arg(m_connectError)
                                .arg(ReconnectHoldOffMs - m_sinceConnectFailed.elapsed()));
         return false;
@@ -364,7 +362,7 @@ bool HostIOManager::ensureConnected(int timeoutMs)
     else
         m_connectError = QString::fromLocal8Bit(std::strerror(errno));
     m_sinceConnectFailed.start();
-    fail(NotConnected, tr("cannot connect to %1:%2 (%3)").arg(m_address).arg(m_port).arg(m_connectError));
+    fail(NotConnected, tr("connect: %1").arg(m_connectError));
     return false;
 }
 
