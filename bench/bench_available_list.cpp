@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "BackendVersions.h"
+#include "ControllerProtocol.h"
 #include "IOManager.h"
 #include "benchkit.h"
 #include "cascadedsettingsdlg.h"
@@ -32,7 +33,7 @@ namespace {
 
 const int ScannedCount = 1000;
 const int RowHeight = 20; // the dialog's row height of the available table
-const int AnswerSize = 200;
+using ControllerProtocol::AnswerSize;
 
 // Scan entry i (1-based) sits at 127.0.(9 + (i-1)/250).(1 + (i-1)%250): the
 // addresses never leave this process, they only have to look real. The
@@ -113,19 +114,19 @@ public:
     int set_timeout(int, int, int) override { return 0; }
     int send_command(char *answer, const char *, ...) override
     {
-        std::snprintf(answer, AnswerSize, "korvane ok");
+        std::snprintf(answer, AnswerSize, "%s", ControllerProtocol::OkReply);
         ++m_requests;
         return 0;
     }
     int send_line(char *answer, const char *) override
     {
-        std::snprintf(answer, AnswerSize, "korvane ok");
+        std::snprintf(answer, AnswerSize, "%s", ControllerProtocol::OkReply);
         ++m_requests;
         return 0;
     }
     int get_parameter(char *answer, const char *format, ...) override
     {
-        char req[512];
+        char req[ControllerProtocol::MaxRequestLength + 1];
         va_list ap;
         va_start(ap, format);
         std::vsnprintf(req, sizeof req, format, ap);
@@ -135,7 +136,7 @@ public:
     }
     int get_parameter_int(int *value, const char *format, ...) override
     {
-        char req[512];
+        char req[ControllerProtocol::MaxRequestLength + 1];
         va_list ap;
         va_start(ap, format);
         std::vsnprintf(req, sizeof req, format, ap);

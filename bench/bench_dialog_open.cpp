@@ -20,9 +20,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLibraryInfo>
-#include <QProcess>
 #include <QTableWidget>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <chrono>
@@ -33,6 +31,7 @@
 #include "benchkit.h"
 #include "cascadedsettingsdlg.h"
 #include "hostiomanager.h"
+#include "simprocess.h"
 
 namespace {
 
@@ -41,10 +40,9 @@ namespace {
 const int LanControllers = benchkit::envInt("BENCH_LAN", 250);
 const int ConnectedSlaves = 2;
 const char MasterAddress[] = "127.0.9.1";
-const unsigned short ControllerPort = 50105;
+const unsigned short ControllerPort = ControllerProtocol::Port;
 const double FixedWaitsMs = 500.0 + 100.0; // nominal
 const double TargetMs = 100.0;
-const int ReadyTimeoutMs = 10000;
 const int OpeningTimeoutMs = 10000;
 
 // LAN controller k (0-based) lives at 127.0.9.2..126 or 127.0.10.2..126.
@@ -82,58 +80,6 @@ QByteArray scenario()
     }
     return QJsonDocument(QJsonObject{{"controllers", controllers}}).toJson();
 }
-
-class Simulator
-{
-public:
-    ~Simulator()
-    {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.terminate();
-            if (!m_process.waitForFinished(5000))
-                m_process.kill();
-            m_process.waitForFinished(5000);
-        }
-    }
-
-    bool start()
-    {
-        const QString path = m_dir.filePath(QStringLiteral("lan250.json"));
-        QFile f(path);
-        const QByteArray json = scenario();
-        if (!m_dir.isValid() || !f.open(QIODevice::WriteOnly) || f.write(json) != json.size())
-            return fail(QStringLiteral("cannot write ") + path);
-        f.close();
-        m_process.setProcessChannelMode(QProcess::MergedChannels);
-        m_process.start(QStringLiteral(CASCADE_SIM_PATH), {path});
-        if (!m_process.waitForStarted(ReadyTimeoutMs))
-            return fail(m_process.errorString());
-        QElapsedTimer t;
-        t.start();
-        while (!m_output.contains("ready")) {
-            if (m_process.state() != QProcess::Running || t.elapsed() > ReadyTimeoutMs)
-                return fail(QStringLiteral("simulator not ready: ") + QString::fromLocal8Bit(m_output));
-            m_process.waitForReadyRead(100);
-            m_output += m_process.readAll();
-        }
-        return true;
-    }
-
-    QString error() const { return m_error; }
-    QByteArray output() const { return m_output.trimmed(); }
-
-private:
-    bool fail(const QString &why)
-    {
-        m_error = why;
-        return false;
-    }
-
-    QTemporaryDir m_dir;
-    QProcess m_process;
-    QByteArray m_output;
-    QString m_error;
-};
 
 // Where one opening spent its time, in ms from the call of update_and_exec.
 // The dialog's timers are coarse (Qt's default): they may fire up to 5 %
@@ -240,8 +186,8 @@ int main(int argc, char **argv)
     std::printf("bench_dialog_open: Qt %s, platform %s\n", QLibraryInfo::version().toString().toLatin1().constData(),
                 QApplication::platformName().toLatin1().constData());
 
-    Simulator sim;
-    if (!sim.start()) {
+    SimProcess sim;
+    if (!sim.start(scenario())) {
         std::printf("bench_dialog_open: %s\n", sim.error().toLocal8Bit().constData());
         return 1;
     }
@@ -302,7 +248,7 @@ int main(int argc, char **argv)
     std::printf("\n== Opening the dialog against the simulator: %d LAN controllers, zero-length scan ==\n",
                 LanControllers);
     std::printf("  %s; %d openings of one dialog, after one that is not counted%s\n",
-                sim.output().constData(), openings,
+                sim.output().trimmed().constData(), openings,
                 cpu >= 0 ? ("; dialog and simulator pinned to CPU " + std::to_string(cpu) + " (of " +
                             std::to_string(cpus) + ")")
                                .c_str()

@@ -8,6 +8,7 @@
 #include "protocol.h"
 
 using namespace SimProtocol;
+using ControllerProtocol::MaxRequestLength;
 
 namespace {
 

@@ -1,8 +1,10 @@
 #include "hostiomanager.h"
 
 #include <QElapsedTimer>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 
 #include "hostprotocol.h"
 #include "vx_udptcp.h"
@@ -42,6 +44,9 @@ unsigned slice(qint64 us)
     return unsigned(qBound<qint64>(0, us, 1000000));
 }
 
+// Longest connect time-out a caller may ask for with set_timeout.
+constexpr int MaxConnectTimeoutMs = 60000;
+
 } // namespace
 
 HostIOManager::HostIOManager(QObject *parent) : QObject(parent)
@@ -59,14 +64,17 @@ bool HostIOManager::is_connected() const
     return m_sock != nullptr;
 }
 
+// A module sets a long reply time-out right before a request that may take
+// the controller long (adding or removing a slave). It holds for the next
+// request only; then the host's own time-outs apply again, so that a
+// controller that falls silent later costs each request DefaultReplyTimeoutMs,
+// not the module's long one. 0 (or less) means the host's own. Requests are
+// never repeated, so retries is ignored.
 int HostIOManager::set_timeout(int connect_ms, int reply_ms, int retries)
 {
-    if (connect_ms > 0)
-        m_connectTimeoutMs = connect_ms;
-    if (reply_ms > 0)
-        m_replyTimeoutMs = reply_ms;
-    if (retries > 0)
-        m_retries = retries;
+    Q_UNUSED(retries)
+    m_nextConnectTimeoutMs = qBound(0, connect_ms, MaxConnectTimeoutMs);
+    m_nextReplyTimeoutMs = qMax(0, reply_ms);
     return Ok;
 }
 
@@ -80,7 +88,8 @@ int HostIOManager::open_connection(const char *address, unsigned short port)
     drop();
     m_address = QString::fromLatin1(address ? address : "");
     m_port = port ? port : DefaultPort;
-    return ensureConnected() ? Ok : NotConnected;
+    m_sinceConnectFailed.invalidate(); // asked for explicitly: no hold-off
+    return ensureConnected(ConnectTimeoutMs) ? Ok : NotConnected;
 }
 
 void HostIOManager::close_connection()
@@ -214,6 +223,9 @@ int HostIOManager::request(Kind kind, const std::string &text, std::string *resu
     const std::string line = kind == Kind::Read    ? readRequest(text)
                              : kind == Kind::Write ? writeRequest(text)
                                                    : text;
+    const int replyTimeoutMs = m_nextReplyTimeoutMs > 0 ? m_nextReplyTimeoutMs : DefaultReplyTimeoutMs;
+    const int connectTimeoutMs = m_nextConnectTimeoutMs > 0 ? m_nextConnectTimeoutMs : ConnectTimeoutMs;
+    m_nextReplyTimeoutMs = m_nextConnectTimeoutMs = 0;
     QElapsedTimer clock;
     clock.start();
     std::string reply;
@@ -221,7 +233,7 @@ int HostIOManager::request(Kind kind, const std::string &text, std::string *resu
     if (!isSendable(line))
         rc = fail(BadRequest, tr("request is empty, too long or holds a line end"));
     else
-        rc = exchange(line, &reply);
+        rc = exchange(line, &reply, replyTimeoutMs, connectTimeoutMs);
 
     if (rc == Ok) {
         Verdict v = Verdict::Ok;
@@ -240,9 +252,11 @@ int HostIOManager::request(Kind kind, const std::string &text, std::string *resu
         }
         if (v == Verdict::Error)
             rc = fail(ErrorReply, QString::fromLatin1(reply.c_str()));
-        else if (v == Verdict::Malformed)
+        else if (v == Verdict::Malformed) {
+            // Perhaps the answer to another request: the stream may be out of step.
+            drop();
             rc = fail(Malformed, tr("unexpected reply: \"%1\"").arg(QString::fromLatin1(reply.c_str())));
-        else
+        } else
             m_lastError.clear();
     }
     if (m_logging)
@@ -254,15 +268,29 @@ int HostIOManager::request(Kind kind, const std::string &text, std::string *resu
 // Sends one line and waits for one reply line, all within the reply
 // time-out. Any failure drops the connection, so that a late reply can never
 // be taken for the answer to a later request; the next request reconnects.
-int HostIOManager::exchange(const std::string &line, std::string *reply)
+// Bytes that are waiting before the request is sent were never asked for:
+// the connection is out of step (or the controller closed it) and is
+// replaced by a fresh one first.
+int HostIOManager::exchange(const std::string &line, std::string *reply, int replyTimeoutMs, int connectTimeoutMs)
 {
     ++m_requestCount;
-    if (!ensureConnected())
-        return fail(NotConnected, tr("cannot connect to %1:%2").arg(m_address).arg(m_port));
+    std::string unasked;
+    if (m_sock && !isQuiet(&unasked))
+        drop();
+    const bool fresh = !m_sock;
+    if (!ensureConnected(connectTimeoutMs))
+        return NotConnected;
+    if (fresh && !isQuiet(&unasked)) {
+        // A controller that refuses a connection says why and hangs up.
+        drop();
+        return fail(NotConnected, unasked.empty() ? tr("the controller closed the connection")
+                                                  : tr("the controller sent \"%1\" before any request")
+                                                        .arg(QString::fromLatin1(unasked.c_str()).trimmed()));
+    }
 
     QElapsedTimer clock;
     clock.start();
-    const qint64 limitUs = qint64(m_replyTimeoutMs) * 1000;
+    const qint64 limitUs = qint64(replyTimeoutMs) * 1000;
     const std::string framed = line + '\n';
     const int sent = vx_tcp_send(m_sock, framed.data(), int(framed.size()), slice(limitUs));
     if (sent != VX_OK) {
@@ -288,7 +316,7 @@ int HostIOManager::exchange(const std::string &line, std::string *reply)
         const qint64 leftUs = limitUs - clock.nsecsElapsed() / 1000;
         if (leftUs <= 0) {
             drop();
-            return fail(Timeout, tr("no reply within %1 ms").arg(m_replyTimeoutMs));
+            return fail(Timeout, tr("no reply within %1 ms").arg(replyTimeoutMs));
         }
         char chunk[1024];
         const int n = vx_tcp_receive(m_sock, chunk, int(sizeof chunk), slice(leftUs));
@@ -300,25 +328,54 @@ int HostIOManager::exchange(const std::string &line, std::string *reply)
             continue; // only a slice of the time-out has passed
         drop();
         if (n == VX_TIMEOUT)
-            return fail(Timeout, tr("no reply within %1 ms").arg(m_replyTimeoutMs));
+            return fail(Timeout, tr("no reply within %1 ms").arg(replyTimeoutMs));
         return fail(NotConnected, tr("connection lost while waiting for the reply"));
     }
 }
 
-bool HostIOManager::ensureConnected()
+bool HostIOManager::ensureConnected(int timeoutMs)
 {
     if (m_sock)
         return true;
-    if (m_address.isEmpty())
+    if (m_address.isEmpty()) {
+        fail(NotConnected, tr("no controller address"));
         return false;
+    }
+    if (m_sinceConnectFailed.isValid() && !m_sinceConnectFailed.hasExpired(ReconnectHoldOffMs)) {
+        fail(NotConnected, tr("not connected (%1); next attempt in %2 ms")
+                               .arg(m_connectError)
+                               .arg(ReconnectHoldOffMs - m_sinceConnectFailed.elapsed()));
+        return false;
+    }
     const unsigned int ip = vx_ip_name2ip(m_address.toLatin1().constData());
-    if (ip == 0)
-        return false;
     vx_ip_socket_type sock = nullptr;
-    if (vx_tcp_client_init(&sock, ip, m_port) != VX_OK)
-        return false;
-    m_sock = sock;
-    return true;
+    const int rc = ip == 0 ? VX_ERROR : vx_tcp_client_connect(&sock, ip, m_port, unsigned(timeoutMs) * 1000u);
+    if (rc == VX_OK) {
+        m_sock = sock;
+        m_sinceConnectFailed.invalidate();
+        return true;
+    }
+    if (ip == 0)
+        m_connectError = tr("unknown address");
+    else if (rc == VX_TIMEOUT)
+        m_connectError = tr("no answer within %1 ms").arg(timeoutMs);
+    else
+        m_connectError = QString::fromLocal8Bit(std::strerror(errno));
+    m_sinceConnectFailed.start();
+    fail(NotConnected, tr("connect: %1").arg(m_connectError));
+    return false;
+}
+
+// True when nothing is waiting on the connection; otherwise *unasked holds
+// what was there (empty when the controller closed the connection).
+bool HostIOManager::isQuiet(std::string *unasked)
+{
+    char chunk[256];
+    const int n = vx_tcp_receive(m_sock, chunk, int(sizeof chunk), 0);
+    if (n == VX_TIMEOUT)
+        return true;
+    unasked->assign(chunk, n > 0 ? std::size_t(n) : 0);
+    return false;
 }
 
 void HostIOManager::drop()

@@ -1,14 +1,24 @@
 // The host's IOManager: carries the modules' requests to the controller over
 // one TCP connection (one request line, one reply line) and hands their
 // messages to the host window.
+//
+// Every wait is bounded: a connect by ConnectTimeoutMs, a request by its
+// reply time-out. After a connect failed, requests fail at once for
+// ReconnectHoldOffMs instead of trying again, so that a silent controller
+// never holds the caller in one blocking connect after another. A reply is
+// only ever taken for the request it answers: bytes that arrive unasked, a
+// reply that does not fit its request, a late reply or a broken line drop
+// the connection, and the next request connects afresh.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 #include <cstdarg>
 #include <string>
 
 #include "BackendVersions.h"
+#include "ControllerProtocol.h"
 #include "IOManager.h"
 
 class HostIOManager : public QObject, public IOManager
@@ -27,12 +37,12 @@ public:
     };
 
     static constexpr int DefaultReplyTimeoutMs = 3000;
-    static constexpr unsigned short DefaultPort = 50105;
+    static constexpr int ConnectTimeoutMs = 3000;
+    static constexpr int ReconnectHoldOffMs = 2000;
+    static constexpr unsigned short DefaultPort = ControllerProtocol::Port;
 
     explicit HostIOManager(QObject *parent = nullptr);
     ~HostIOManager() override;
-
-    int reply_timeout_ms() const { return m_replyTimeoutMs; }
 
     // IOManager
     bool is_connected() const override;
@@ -64,17 +74,20 @@ private:
 
     int request(Kind kind, const std::string &text, std::string *result);
     int vrequest(Kind kind, std::string *result, const char *format, va_list args);
-    int exchange(const std::string &line, std::string *reply);
-    bool ensureConnected();
+    int exchange(const std::string &line, std::string *reply, int replyTimeoutMs, int connectTimeoutMs);
+    bool ensureConnected(int timeoutMs);
+    bool isQuiet(std::string *unasked);
     void drop();
     int fail(int code, const QString &why);
 
     void *m_sock = nullptr; // vx_ip_socket_type of the open connection
     QString m_address;
     unsigned short m_port = DefaultPort;
-    int m_replyTimeoutMs = DefaultReplyTimeoutMs;
-    int m_connectTimeoutMs = 0; // kept for the caller; the connect is the system's
-    int m_retries = 0;          // kept for the caller; requests are never repeated
+    // set_timeout's values for the next request only; 0: the host's own.
+    int m_nextReplyTimeoutMs = 0;
+    int m_nextConnectTimeoutMs = 0;
+    QElapsedTimer m_sinceConnectFailed; // valid after a failed connect
+    QString m_connectError;             // why the last connect failed
     bool m_logging = false;
     int m_requestCount = 0;
     QString m_lastError;

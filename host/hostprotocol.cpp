@@ -9,8 +9,8 @@ namespace HostProtocol {
 
 namespace {
 
-const std::string SetPrefix = "korvane set ";
-const std::string ErrorWord = "korvane error";
+const std::string SetPrefix = ControllerProtocol::ValuePrefix;
+const std::string ErrorWord = ControllerProtocol::ErrorReply;
 
 bool startsWith(const std::string &s, const std::string &prefix)
 {
@@ -21,7 +21,7 @@ bool startsWith(const std::string &s, const std::string &prefix)
 
 std::string readRequest(const std::string &parameter)
 {
-    return "korvane get " + parameter;
+    return ControllerProtocol::ReadPrefix + parameter;
 }
 
 std::string writeRequest(const std::string &assignment)
@@ -70,7 +70,7 @@ Verdict judgeReadReply(const std::string &line, const std::string &parameter, st
 
 Verdict judgeWriteReply(const std::string &line)
 {
-    if (line == "korvane ok")
+    if (line == ControllerProtocol::OkReply)
         return Verdict::Ok;
     return isErrorReply(line) ? Verdict::Error : Verdict::Malformed;
 }
@@ -128,7 +128,8 @@ void copyAnswer(char *answer, const std::string &text)
 {
     if (!answer)
         return;
-    const std::size_t n = text.size() < std::size_t(AnswerSize - 1) ? text.size() : AnswerSize - 1;
+    using ControllerProtocol::MaxAnswerLength;
+    const std::size_t n = text.size() < std::size_t(MaxAnswerLength) ? text.size() : MaxAnswerLength;
     std::memcpy(answer, text.data(), n);
     answer[n] = '\0';
 }

@@ -6,12 +6,14 @@
 #include <cstddef>
 #include <string>
 
+#include "ControllerProtocol.h"
+
 namespace HostProtocol {
 
-// Size of every answer buffer a module passes (199 characters and a NUL).
-constexpr int AnswerSize = 200;
-// Longest request line sent (without its "\n"); longer requests are refused.
-constexpr std::size_t MaxRequestLength = 511;
+// Size of every answer buffer a module passes, and the longest request line
+// sent (without its "\n"; longer requests are refused).
+using ControllerProtocol::AnswerSize;
+using ControllerProtocol::MaxRequestLength;
 // Longest reply line accepted (without its "\n"); longer replies are malformed.
 constexpr std::size_t MaxReplyLength = 4095;
 

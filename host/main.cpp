@@ -92,8 +92,9 @@ int main(int argc, char *argv[])
                                  QCoreApplication::translate("main", "Controller address (default 127.0.0.2)."),
                                  QStringLiteral("[address]"));
     const QCommandLineOption portOption(QStringLiteral("port"),
-                                        QCoreApplication::translate("main", "Controller TCP port (default 50105)."),
-                                        QStringLiteral("port"), QStringLiteral("50105"));
+                                        QCoreApplication::translate("main", "Controller TCP port (default %1).")
+                                            .arg(HostIOManager::DefaultPort),
+                                        QStringLiteral("port"), QString::number(HostIOManager::DefaultPort));
     const QCommandLineOption modulesOption(
         {QStringLiteral("m"), QStringLiteral("modules")},
         QCoreApplication::translate("main", "Folder of the modules to load (default: %1).")

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 #include <QIcon>
 #include <QJsonObject>
 #include <QLabel>
@@ -96,11 +97,20 @@ int MainWindow::loadModules(const QString &folder)
     }
     log(tr("Loading modules from %1").arg(QDir::toNativeSeparators(dir.absolutePath())));
     int loaded = 0;
+    // A library is often there under several names (libX.so -> libX.so.1 ->
+    // libX.so.1.0.10); all of them give the same instance, which must be
+    // used and deleted once. The real file decides what was loaded already.
+    QStringList loadedFiles;
     const QStringList files = dir.entryList(QDir::Files, QDir::Name);
     for (const QString &file : files) {
         const QString path = dir.absoluteFilePath(file);
         if (!QLibrary::isLibrary(path))
             continue;
+        const QString realFile = QFileInfo(path).canonicalFilePath();
+        if (loadedFiles.contains(realFile)) {
+            log(tr("Skipped %1: the same library as a module loaded already").arg(file));
+            continue;
+        }
         auto *loader = new QPluginLoader(path, this);
         const QJsonObject meta = loader->metaData();
         const QString iid = meta.value(QStringLiteral("IID")).toString();
@@ -109,6 +119,13 @@ int MainWindow::loadModules(const QString &folder)
         if (!object) {
             log(tr("Cannot load %1: %2 (set QT_DEBUG_PLUGINS=1 for details)").arg(file, loader->errorString()));
             delete loader;
+            continue;
+        }
+        const bool known = std::any_of(m_modules.cbegin(), m_modules.cend(),
+                                       [object](const Module &m) { return m.object == object; });
+        if (known) {
+            log(tr("Skipped %1: the same library as a module loaded already").arg(file));
+            delete loader; // the plugin stays loaded for its first loader
             continue;
         }
         auto *module = qobject_cast<ModuleInterface *>(object);
@@ -126,6 +143,7 @@ int MainWindow::loadModules(const QString &folder)
         module->set_param(QStringLiteral("ModuleParent"), QVariant::fromValue(static_cast<QWidget *>(this)));
         module->set_param(QStringLiteral("ObserverMode"), QVariant(m_observer));
         m_modules << Module{loader, object, module};
+        loadedFiles << realFile;
         ++loaded;
         log(tr("Loaded module \"%1\" %2 from %3 (IID %4, class %5)")
                 .arg(module->get_module_name(), module->get_module_version(), file, iid, className));
@@ -203,14 +221,6 @@ QAction *MainWindow::findMenuAction(const QString &text) const
             if (e.second->text() == text)
                 return e.second;
     return nullptr;
-}
-
-QStringList MainWindow::menuTitles() const
-{
-    QStringList titles;
-    for (QAction *a : menuBar()->actions())
-        titles << a->text();
-    return titles;
 }
 
 void MainWindow::log(const QString &line)

@@ -33,8 +33,6 @@ public:
     QString logText() const;
     // The first action of the menu bar whose text is text ("&Cascaded System").
     QAction *findMenuAction(const QString &text) const;
-    // Titles of the menu bar's menus, left to right.
-    QStringList menuTitles() const;
 
 signals:
     // Every line of the message log as shown, with its time stamp.

@@ -12,7 +12,8 @@
 #include <cstdio>
 #include <unistd.h>
 
-#include "controller.h"
+#include "ControllerProtocol.h"
+#include "lan.h"
 #include "scenario.h"
 
 namespace {
@@ -60,7 +61,7 @@ int main(int argc, char *argv[])
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Simulates controllers on 127.x.y.z addresses (UDP and TCP port 50105)."));
+        "Simulates controllers on 127.x.y.z addresses (UDP and TCP port %1).").arg(ControllerProtocol::Port));
     parser.addHelpOption();
     // --version only: -v is the simulator's verbose option.
     const QCommandLineOption versionOption(QStringLiteral("version"),
@@ -72,15 +73,34 @@ int main(int argc, char *argv[])
                                      .arg(scenariosFolder()));
     const QCommandLineOption verbose({QStringLiteral("v"), QStringLiteral("verbose")},
                                      QStringLiteral("Log every request and reply on stderr."));
+    const SimLimits defaults;
+    const QCommandLineOption idle(QStringLiteral("idle-timeout"),
+                                  QStringLiteral("Close a TCP connection that sends nothing for this many seconds "
+                                                 "(default %1).").arg(defaults.idleTimeoutMs / 1000),
+                                  QStringLiteral("seconds"), QString::number(defaults.idleTimeoutMs / 1000));
+    const QCommandLineOption connections(QStringLiteral("max-connections"),
+                                         QStringLiteral("TCP connections served at once; a further one is refused "
+                                                        "(default %1).").arg(defaults.maxConnections),
+                                         QStringLiteral("count"), QString::number(defaults.maxConnections));
     const QCommandLineOption hosts(QStringLiteral("hosts"),
                                    QStringLiteral("Print a hosts-file line (address, hostname) for each controller "
                                                   "of the scenario and exit."));
-    parser.addOptions({verbose, hosts});
+    parser.addOptions({verbose, idle, connections, hosts});
     parser.process(app);
     if (parser.isSet(versionOption))
         parser.showVersion();
     if (parser.positionalArguments().size() != 1)
         parser.showHelp(2);
+    SimLimits limits;
+    bool idleOk = false, connectionsOk = false;
+    const double idleSeconds = parser.value(idle).toDouble(&idleOk);
+    limits.maxConnections = parser.value(connections).toInt(&connectionsOk);
+    if (!idleOk || idleSeconds <= 0 || idleSeconds > 86400 || !connectionsOk || limits.maxConnections < 1
+        || limits.maxConnections > 1000) {
+        std::fprintf(stderr, "cascade-sim: --idle-timeout takes 0 < seconds <= 86400, --max-connections 1 to 1000\n");
+        return 2;
+    }
+    limits.idleTimeoutMs = int(idleSeconds * 1000);
 
     Scenario scenario;
     QString error;
@@ -104,7 +124,7 @@ int main(int argc, char *argv[])
         std::perror("cascade-sim: signal handlers");
         return 1;
     }
-    SimLan lan(scenario, parser.isSet(verbose));
+    SimLan lan(scenario, parser.isSet(verbose), limits);
     QSocketNotifier notifier(g_signalPipe[0], QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated, &app, [&] {
         char c = 'q';

@@ -4,9 +4,12 @@ namespace SimProtocol {
 
 namespace {
 
-const std::string Prefix = "korvane ";
-const std::string GetPrefix = "get ";
-const std::string SetPrefix = "set ";
+using namespace ControllerProtocol;
+
+const std::string Prefix = RequestPrefix;
+// The words after the prefix: "get " of a read, "set " of a write.
+const std::string GetPrefix = std::string(ReadPrefix).substr(Prefix.size());
+const std::string SetPrefix = std::string(ValuePrefix).substr(Prefix.size());
 
 bool isPrintable(const std::string &s)
 {
@@ -71,6 +74,11 @@ Request parseRequest(const std::string &text)
     return r;
 }
 
+bool isReadRequest(const std::string &text)
+{
+    return startsWith(text, ReadPrefix);
+}
+
 bool datagramText(const char *data, std::size_t size, std::string *text, std::string *error)
 {
     for (std::size_t i = 0; i < size; ++i) {
@@ -107,12 +115,12 @@ std::string valueReply(const std::string &name, const std::string &value)
 
 std::string okReply()
 {
-    return "korvane ok";
+    return OkReply;
 }
 
 std::string errorReply(const std::string &reason)
 {
-    return "korvane error " + reason;
+    return std::string(ErrorReply) + ' ' + reason;
 }
 
 } // namespace SimProtocol

@@ -2,19 +2,16 @@
 //
 // Pure functions over byte strings: no sockets, no Qt, no state. Every input
 // the simulator receives from the network passes through parseRequest() first,
-// so it must cope with any bytes at all.
+// so it must cope with any bytes at all. The framing facts (port, longest
+// request, reply words) are those of ControllerProtocol.h.
 #pragma once
 
 #include <cstddef>
 #include <string>
 
+#include "ControllerProtocol.h"
+
 namespace SimProtocol {
-
-// UDP and TCP port of every controller.
-constexpr unsigned short Port = 50105;
-
-// Longest request text accepted (without its terminator).
-constexpr std::size_t MaxRequestLength = 512;
 
 enum class Kind {
     Read,    // "korvane get <name>"            -> "korvane set <name> <value>"
@@ -33,8 +30,14 @@ struct Request
 };
 
 // Parses one request text (without its line end or zero byte). Requests are
-// printable ASCII, at most MaxRequestLength bytes, and begin with "korvane ".
+// printable ASCII, at most ControllerProtocol::MaxRequestLength bytes, and
+// begin with "korvane ".
 Request parseRequest(const std::string &text);
+
+// Whether a request text asks for a value ("korvane get ..."). Over UDP a
+// controller answers these and nothing else: no reply of any controller
+// begins this way, so two controllers can never answer each other's replies.
+bool isReadRequest(const std::string &text);
 
 // Takes the request text out of a UDP datagram: the bytes before the first
 // zero byte. A datagram without a zero byte is refused (false, error set);

@@ -156,19 +156,3 @@ bool Scenario::parse(const QByteArray &json, QString *error)
     }
     return true;
 }
-
-const ControllerConfig *Scenario::find(const QString &address) const
-{
-    for (const ControllerConfig &c : controllers)
-        if (c.address == address)
-            return &c;
-    return nullptr;
-}
-
-const ControllerConfig *Scenario::findByHostname(const QString &hostname) const
-{
-    for (const ControllerConfig &c : controllers)
-        if (c.hostname == hostname)
-            return &c;
-    return nullptr;
-}

@@ -60,9 +60,6 @@ struct Scenario
     // message in *error.
     bool load(const QString &path, QString *error);
     bool parse(const QByteArray &json, QString *error);
-
-    const ControllerConfig *find(const QString &address) const;
-    const ControllerConfig *findByHostname(const QString &hostname) const;
 };
 
 // Whether text is a dotted IPv4 address inside 127.0.0.0/8.

@@ -24,8 +24,9 @@ public:
     // slot 2: whether the host has a working connection to its controller.
     virtual bool is_connected() const = 0;
 
-    // slot 3: time-outs of later requests. The second argument is the reply
-    // time-out in milliseconds; 0 in any argument leaves that value unchanged.
+    // slot 3: time-outs in milliseconds (connect, reply) and retries. What
+    // they govern is the host's: cascade-host applies them to the next
+    // request only, 0 meaning its own value.
     virtual int set_timeout(int connect_ms, int reply_ms, int retries) = 0;
 
     // slot 4: sends the command "korvane ..." and stores the reply line.

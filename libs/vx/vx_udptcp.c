@@ -19,6 +19,8 @@
 #include "vx_udptcp.h"
 
 #include <arpa/inet.h>
+#include <errno.h>
+#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -537,6 +539,60 @@ int vx_tcp_client_init(vx_ip_socket_type *sock, unsigned int ip, unsigned short 
 fail:
     _socket_exit(s);
     return VX_ERROR;
+}
+
+/* A non-blocking connect waited for with select(); the outcome is read from
+ * SO_ERROR. errno is kept across the clean-up so that the caller can name
+ * the reason of a failure. */
+int vx_tcp_client_connect(vx_ip_socket_type *sock, unsigned int ip, unsigned short port,
+                          unsigned int tout_us)
+{
+    _ip_socket *s;
+    struct sockaddr_in addr;
+    int flags, ready, err = 0, result = VX_ERROR;
+    socklen_t errlen = sizeof err;
+    fd_set set;
+
+    if (_socket_init(&s, SOCK_STREAM, 0) != VX_OK)
+        return VX_ERROR;
+    flags = fcntl(s->ossock, F_GETFL);
+    if (flags < 0 || fcntl(s->ossock, F_SETFL, flags | O_NONBLOCK) < 0) {
+        err = errno;
+        goto fail;
+    }
+    _fill_sockaddr(&addr, ip, port);
+    if (connect(s->ossock, (struct sockaddr *)&addr, sizeof addr) < 0) {
+        if (errno != EINPROGRESS) {
+            err = errno;
+            goto fail;
+        }
+        set = s->ossockset;
+        ready = _select_wait(&set, 1, tout_us);
+        if (ready == 0) {
+            err = ETIMEDOUT;
+            result = VX_TIMEOUT;
+            goto fail;
+        }
+        if (ready < 0) {
+            err = errno;
+            goto fail;
+        }
+        if (getsockopt(s->ossock, SOL_SOCKET, SO_ERROR, &err, &errlen) < 0)
+            err = errno;
+        if (err != 0)
+            goto fail;
+    }
+    if (fcntl(s->ossock, F_SETFL, flags) < 0) {
+        err = errno;
+        goto fail;
+    }
+    *sock = s;
+    return VX_OK;
+
+fail:
+    _socket_exit(s);
+    errno = err;
+    return result;
 }
 
 /* SO_REUSEADDR lets a restarted server bind while old connections of its

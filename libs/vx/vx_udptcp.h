@@ -120,6 +120,14 @@ int vx_udp_send(vx_ip_socket_type sock, const void *buffer, int len, unsigned in
  * VX_OK and a client handle, or VX_ERROR with *sock untouched. */
 int vx_tcp_client_init(vx_ip_socket_type *sock, unsigned int ip, unsigned short port);
 
+/* Connects to ip:port, waiting at most tout_us for the connection to be
+ * established. VX_OK and a client handle (blocking, like one from
+ * vx_tcp_client_init); VX_TIMEOUT when the peer did not complete the
+ * connection in time; VX_ERROR when it was refused or failed, with errno
+ * telling why. *sock is untouched unless VX_OK. */
+int vx_tcp_client_connect(vx_ip_socket_type *sock, unsigned int ip, unsigned short port,
+                          unsigned int tout_us);
+
 /* Listens on port (all interfaces, backlog 5). Without VX_OPT_MULTICONN the
  * server serves one connection at a time. VX_OK or VX_ERROR. */
 int vx_tcp_server_init(vx_ip_socket_type *sock, unsigned short port, unsigned short options);

@@ -13,6 +13,10 @@
 #include "modaldriver.h"
 #include "simprocess.h"
 
+using ControllerProtocol::AnswerSize;
+using ControllerProtocol::MaxAnswerLength;
+using ControllerProtocol::Port;
+
 namespace {
 
 const char Master[] = "127.0.5.40";
@@ -152,14 +156,18 @@ private slots:
     }
 
     // The host application loads the modules (reporting one that is not a
-    // plugin); its walkthrough selects a scanned controller, adds two the
-    // scan did not list by hand (one by hostname where names can be made to
-    // resolve), selects them too, and OK connects all three. The message log
-    // is kept in a file and on standard error as well.
+    // plugin, and loading one reachable under two names once); its
+    // walkthrough selects a scanned controller, adds two the scan did not
+    // list by hand (one by hostname where names can be made to resolve),
+    // selects them too, and OK connects all three. The message log is kept
+    // in a file and on standard error as well.
     void hostWalkthroughConnectsAScannedAndHandAddedControllers()
     {
+        // The usual versioned layout: the one plugin under two names.
         QTemporaryDir modules, out;
-        QVERIFY(QFile::link(pluginPath(), modules.filePath(QStringLiteral("libCascadedSystemModule.so"))));
+        QVERIFY(QFile::link(pluginPath(), modules.filePath(QStringLiteral("libCascadedSystemModule.so.1.0.10"))));
+        QVERIFY(QFile::link(QStringLiteral("libCascadedSystemModule.so.1.0.10"),
+                            modules.filePath(QStringLiteral("libCascadedSystemModule.so"))));
         QFile broken(modules.filePath(QStringLiteral("libbroken.so")));
         QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("not a library") > 0 && broken.flush());
         QFile hosts(out.filePath(QStringLiteral("hosts")));
@@ -184,7 +192,7 @@ private slots:
         const QByteArray output = host.readAllStandardOutput(), errors = host.readAllStandardError();
         QVERIFY2(host.exitStatus() == QProcess::NormalExit && host.exitCode() == 0, (output + errors).constData());
 
-        char answer[200];
+        char answer[AnswerSize];
         QStringList connected;
         for (int i = 1; m_iom.get_parameter(answer, "cascade connected_slave d%2.2d", i) == 0; ++i)
             connected << QString::fromLatin1(answer);
@@ -202,6 +210,7 @@ private slots:
         const QByteArray text = log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
         for (const char *expected : {"Cannot load libbroken.so", "New Hardware", "CascadedSettingsChanged"})
             QVERIFY2(text.contains(expected), text.constData());
+        QVERIFY2(text.count("Loaded module") == 1, text.constData());
         QVERIFY2(!text.contains("Error:"), text.constData());
         // The kept log holds every line of the window's log, as does standard error.
         QFile kept(logPath);

@@ -8,6 +8,10 @@
 #include "hostiomanager.h"
 #include "simprocess.h"
 
+using ControllerProtocol::AnswerSize;
+using ControllerProtocol::MaxAnswerLength;
+using ControllerProtocol::Port;
+
 namespace {
 
 const char Master[] = "127.0.5.10";
@@ -48,7 +52,7 @@ private slots:
 
     void readsWritesAndCommands()
     {
-        char answer[200];
+        char answer[AnswerSize];
         QCOMPARE(m_iom.get_parameter(answer, "cascade connected_slave d%2.2d", 1), 0);
         QCOMPARE(answer, "127.0.5.11");
         int n = -5;
@@ -69,7 +73,7 @@ private slots:
 
     void lateReplyTimesOutAndIsNeverTakenForALaterAnswer()
     {
-        char answer[200];
+        char answer[AnswerSize];
         m_iom.set_timeout(0, 300, 0);
         QElapsedTimer clock;
         clock.start();
@@ -82,7 +86,7 @@ private slots:
 
     void droppedConnectionFailsOnceThenReconnects()
     {
-        char answer[200];
+        char answer[AnswerSize];
         QCOMPARE(m_iom.get_parameter(answer, "config is_changeable"), int(HostIOManager::NotConnected));
         QCOMPARE(m_iom.get_parameter(answer, "config is_changeable"), 0);
         QCOMPARE(answer, "yes");
@@ -92,13 +96,13 @@ private slots:
         QCOMPARE(nobody.get_parameter(answer, "system model"), int(HostIOManager::NotConnected));
     }
 
-    void overlongValueIsCutAt199()
+    void overlongValueIsCutToTheAnswerBuffer()
     {
         char answer[260];
         std::memset(answer, '#', sizeof answer);
         QCOMPARE(m_iom.get_parameter(answer, "system hostname"), 0);
-        QCOMPARE(QByteArray(answer), QByteArray(199, 'h'));
-        QCOMPARE(answer[200], '#');
+        QCOMPARE(QByteArray(answer), QByteArray(MaxAnswerLength, 'h'));
+        QCOMPARE(answer[AnswerSize], '#');
     }
 
     void malformedRepliesFailAndLeaveTheAnswer()
@@ -106,19 +110,19 @@ private slots:
         // Another parameter's echo, "ok" for a read, an error look-alike, not a number.
         for (const char *parameter : {"cascade available", "system access", "system can_slave",
                                       "cascade number_of_scanned_slaves"}) {
-            char answer[200] = "before";
+            char answer[AnswerSize] = "before";
             int n = 99;
             const int rc = std::strstr(parameter, "number") ? m_iom.get_parameter_int(&n, "%s", parameter)
                                                             : m_iom.get_parameter(answer, "%s", parameter);
             QVERIFY2(rc == HostIOManager::Malformed && n == 99 && !std::strcmp(answer, "before"), parameter);
         }
-        char answer[200];
+        char answer[AnswerSize];
         QCOMPARE(m_iom.get_parameter(answer, "system model"), 0); // the connection survives
     }
 
     void badRequestsNeverReachTheController()
     {
-        char answer[200];
+        char answer[AnswerSize];
         const int before = m_iom.request_count();
         QCOMPARE(m_iom.get_parameter(answer, "system %s", QByteArray(600, 'x').constData()), int(HostIOManager::BadRequest));
         // A line end inside an argument would smuggle in a second request.

@@ -8,10 +8,12 @@
 
 #include <cstddef>
 
+#include "ControllerProtocol.h"
+
 namespace CascadeCommands {
 
-// Size of every answer buffer handed to IOManager (199 characters and a NUL).
-constexpr int AnswerSize = 200;
+// Size of every answer buffer handed to IOManager.
+using ControllerProtocol::AnswerSize;
 
 // ---- Parameter reads, text answer (get_parameter) ------------------------
 constexpr char ConfigIsChangeable[] = "config is_changeable";
@@ -45,13 +47,13 @@ constexpr char CmdAddScannedSlave[] = "korvane cascade add_scanned_slave %s";
 constexpr int SlaveTimeout[3] = {0, 20000, 0};
 
 // ---- Answer words ----------------------------------------------------------
-constexpr char Yes[] = "yes";
-constexpr char No[] = "no";
-constexpr char KorvaneOk[] = "korvane ok";
+using ControllerProtocol::No;
+using ControllerProtocol::Yes;
+constexpr const char *KorvaneOk = ControllerProtocol::OkReply;
 
 // ---- Direct UDP probe of a controller named by hand -----------------------
 // Requests are sent with their terminating zero byte.
-constexpr unsigned short ProbePort = 50105;
+constexpr unsigned short ProbePort = ControllerProtocol::Port;
 constexpr char ProbeGetVersion[] = "korvane get system version";     // 27 bytes sent
 constexpr char ProbeGetAccess[] = "korvane get system access";       // 26 bytes sent
 constexpr char ProbeGetCanSlave[] = "korvane get system can_slave";  // 29 bytes sent

@@ -1,0 +1,76 @@
+// The scan engine of one simulated controller: probes other controllers over
+// UDP from the controller's own address, as a real controller would, and
+// keeps the result of the last scan.
+//
+// A scan counts as running (count() is -1) until its minimum duration has
+// passed and every target has answered; it ends at the latest after the
+// minimum duration or ProbeTimeoutMs, whichever is longer (silent targets are
+// left out). A full scan replaces the result with the targets that answered;
+// a partial one (a single hand-entered controller) adds or refreshes entries.
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+class QUdpSocket;
+
+class ScanEngine : public QObject
+{
+    Q_OBJECT
+
+public:
+    // How long a probe waits for the replies of a controller that is silent.
+    static constexpr int ProbeTimeoutMs = 500;
+    // Targets probed per event-loop pass. All controllers share one thread,
+    // so the replies of a pass queue up on the probe socket until the next
+    // pass; small passes keep them within its receive buffer.
+    static constexpr int ProbeBatch = 16;
+
+    // What one target answered to the probe.
+    struct Probed
+    {
+        QString ip;
+        QHash<QString, QString> values; // "system version" -> "v2.7.1", ...
+        bool answered() const { return values.contains(QStringLiteral("system version")); }
+    };
+
+    ScanEngine(const QString &ownAddress, QObject *parent);
+
+    void start(bool full, const QStringList &targets, int minDurationMs);
+    // Probes ip as part of the running scan.
+    void addTarget(const QString &ip);
+    // Abandons a running scan (the controller went offline); the last result stays.
+    void stop();
+
+    bool isRunning() const { return m_running; }
+    // Entries of the last result; -1 while a scan runs.
+    int count() const { return m_running ? -1 : m_result.size(); }
+    const Probed &entry(int index) const { return m_result.at(index); }
+    const Probed *find(const QString &ip) const;
+
+private:
+    void sendQueuedProbes();
+    void scheduleProbes();
+    void onReplies();
+    void tryFinish();
+    void finish();
+    void dropProber();
+
+    QString m_ownAddress;
+    QList<Probed> m_result;
+    QHash<QString, int> m_resultIndex; // ip -> index in m_result
+
+    bool m_running = false;
+    bool m_full = false;
+    bool m_minElapsed = false;
+    int m_generation = 0;      // bumped whenever a scan starts or ends: stale timers do nothing
+    QStringList m_targets;     // in the order they were given
+    QStringList m_toProbe;     // targets whose requests are not sent yet
+    int m_nextToProbe = 0;     // index into m_toProbe
+    QHash<QString, Probed> m_probes;
+    QPointer<QUdpSocket> m_prober;
+};
