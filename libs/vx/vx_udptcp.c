@@ -161,6 +161,8 @@ static int _socket_exit(_ip_socket *sock)
 {
     int rc;
 
+    if (sock == NULL)
+        return VX_ERROR;
     if (sock->prev != NULL) {
         _ip_socket *server = sock->prev;
         while (server->prev != NULL)
@@ -232,6 +234,11 @@ static int _udp_receive_wait(_ip_socket **sock, int nsock, int *isock, unsigned 
     int i;
     int n;
 
+    if (nsock > 0 && sock == NULL)
+        return VX_ERROR;
+    for (i = 0; i < nsock; i++)
+        if (sock[i] == NULL)
+            return VX_ERROR;
     if (nsock == 1) {
         set = sock[0]->ossockset;
     } else {
@@ -304,22 +311,26 @@ static int _udp_receive_from(_ip_socket *sock, void *buffer, int maxlen, struct 
 static int _send_wait(_ip_socket *sock, const void *buffer, int len,
                       const struct sockaddr_in *dest, unsigned int tout_us)
 {
-    fd_set set = sock->ossockset;
+    fd_set set;
     ssize_t n;
     int ready;
 
-    if (len < 0)
+    if (sock == NULL || len < 0)
         return VX_ERROR;
+    set = sock->ossockset;
     ready = _select_wait(&set, 1, tout_us);
     if (ready == 0)
         return VX_TIMEOUT;
     if (ready != 1)
         return VX_ERROR;
+    /* Never blocks: writability only means some room, and a peer that does
+     * not read could otherwise hold a large send for ever. What does not fit
+     * at once is a short send. */
     if (dest != NULL)
-        n = sendto(sock->ossock, buffer, (size_t)len, 0, (const struct sockaddr *)dest,
-                   sizeof *dest);
+        n = sendto(sock->ossock, buffer, (size_t)len, MSG_DONTWAIT | MSG_NOSIGNAL,
+                   (const struct sockaddr *)dest, sizeof *dest);
     else
-        n = send(sock->ossock, buffer, (size_t)len, 0);
+        n = send(sock->ossock, buffer, (size_t)len, MSG_DONTWAIT | MSG_NOSIGNAL);
     return n >= len ? VX_OK : VX_ERROR;
 }
 
@@ -331,6 +342,8 @@ static int _get_addr(vx_ip_socket_type sock, int peer, unsigned int *ip, unsigne
     socklen_t addrlen = sizeof addr;
     int rc;
 
+    if (s == NULL)
+        return VX_ERROR;
     memset(&addr, 0, sizeof addr);
     if (peer)
         rc = getpeername(s->ossock, (struct sockaddr *)&addr, &addrlen);
@@ -436,6 +449,8 @@ int vx_udp_setmulticast(vx_ip_socket_type sock, int ttl, int loopback)
 {
     _ip_socket *s = sock;
 
+    if (s == NULL)
+        return VX_ERROR;
     if (ttl != VX_MULTICAST_TTL_KEEP &&
         _set_int_option(s->ossock, IPPROTO_IP, IP_MULTICAST_TTL, ttl) != VX_OK)
         return VX_ERROR;
@@ -450,6 +465,8 @@ static int _udp_membership(vx_ip_socket_type sock, unsigned int mcip, int name)
     _ip_socket *s = sock;
     struct ip_mreq mreq;
 
+    if (s == NULL)
+        return VX_ERROR;
     memset(&mreq, 0, sizeof mreq);
     mreq.imr_multiaddr.s_addr = htonl(mcip);
     mreq.imr_interface.s_addr = htonl(INADDR_ANY);
@@ -470,8 +487,11 @@ int vx_udp_receive(vx_ip_socket_type sock, void *buffer, int maxlen, unsigned in
                    unsigned short options)
 {
     _ip_socket *s = sock;
-    int rc = _udp_receive_wait(&s, 1, NULL, tout_us);
+    int rc;
 
+    if (maxlen < 0)
+        return VX_ERROR;
+    rc = _udp_receive_wait(&s, 1, NULL, tout_us);
     if (rc != VX_OK)
         return rc;
     return _udp_receive_from(s, buffer, maxlen, NULL, options);
@@ -483,8 +503,11 @@ int vx_udp_receive_from(vx_ip_socket_type sock, void *buffer, int maxlen, unsign
 {
     _ip_socket *s = sock;
     struct sockaddr_in from;
-    int rc = _udp_receive_wait(&s, 1, NULL, tout_us);
+    int rc;
 
+    if (maxlen < 0)
+        return VX_ERROR;
+    rc = _udp_receive_wait(&s, 1, NULL, tout_us);
     if (rc != VX_OK)
         return rc;
     memset(&from, 0, sizeof from);
@@ -504,11 +527,17 @@ int vx_udp_receive_multisocket(vx_ip_socket_type *sock, int nsock, int *isock, v
                                int maxlen, unsigned int tout_us, unsigned short options)
 {
     _ip_socket **s = (_ip_socket **)sock;
-    int rc = _udp_receive_wait(s, nsock, isock, tout_us);
+    int i = 0;
+    int rc;
 
+    if (maxlen < 0)
+        return VX_ERROR;
+    rc = _udp_receive_wait(s, nsock, &i, tout_us);
     if (rc != VX_OK)
         return rc;
-    return _udp_receive_from(s[*isock], buffer, maxlen, NULL, options);
+    if (isock != NULL)
+        *isock = i;
+    return _udp_receive_from(s[i], buffer, maxlen, NULL, options);
 }
 
 int vx_udp_send(vx_ip_socket_type sock, const void *buffer, int len, unsigned int ip,
@@ -629,6 +658,8 @@ int vx_tcp_set_keepalive(vx_ip_socket_type sock, unsigned int tidle_s, int repea
 {
     _ip_socket *s = sock;
 
+    if (s == NULL)
+        return VX_ERROR;
     if (_set_int_option(s->ossock, SOL_SOCKET, SO_KEEPALIVE, VX_SOCKOPT_ON) != VX_OK ||
         _set_int_option(s->ossock, IPPROTO_TCP, TCP_KEEPIDLE, (int)tidle_s) != VX_OK ||
         _set_int_option(s->ossock, IPPROTO_TCP, TCP_KEEPCNT, repeats) != VX_OK ||
@@ -657,11 +688,12 @@ static int _tcp_recv(_ip_socket *sock, void *buffer, int maxlen)
 int vx_tcp_receive(vx_ip_socket_type sock, void *buffer, int maxlen, unsigned int tout_us)
 {
     _ip_socket *s = sock;
-    fd_set set = s->ossockset;
+    fd_set set;
     int ready;
 
-    if (maxlen < 1)
+    if (s == NULL || maxlen < 1)
         return VX_ERROR;
+    set = s->ossockset;
     ready = _select_wait(&set, 0, tout_us);
     if (ready == 0)
         return VX_TIMEOUT;
@@ -679,11 +711,12 @@ int vx_tcp_server_receive(vx_ip_socket_type sock, vx_ip_socket_type *conn, void 
 {
     _ip_socket *s = sock;
     _ip_socket *c;
-    fd_set set = s->ossockset;
+    fd_set set;
     int ready;
 
-    if (maxlen < 1)
+    if (s == NULL || conn == NULL || maxlen < 1)
         return VX_ERROR;
+    set = s->ossockset;
     ready = _select_wait(&set, 0, tout_us);
     if (ready == 0)
         return VX_TIMEOUT;

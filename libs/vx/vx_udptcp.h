@@ -14,9 +14,17 @@
  *     no global state; a handle may be used by one thread at a time.
  *   - Descriptors at or above FD_SETSIZE (1024) cannot be waited on with
  *     select(); an init that would produce one fails with VX_ERROR.
- *   - A negative maxlen or len gives VX_ERROR; so does a maxlen below 1 for
- *     the TCP receive functions, where an empty read would look like the
- *     peer closing.
+ *   - A negative maxlen or len gives VX_ERROR at once, without waiting; so
+ *     does a maxlen below 1 for the TCP receive functions, where an empty
+ *     read would look like the peer closing. A maxlen of 0 for the UDP
+ *     receive functions waits for the next datagram, takes it off the socket
+ *     unread and gives VX_TRUNCATED (0 with VX_RECV_FULLOK).
+ *   - A null handle gives VX_ERROR (for the init functions: a null place to
+ *     store the handle is not checked).
+ *   - Sends never block beyond tout_us: after the wait for writability the
+ *     whole buffer is handed to the system in one call that does not wait;
+ *     what does not fit at once (a peer that does not read) is a short send,
+ *     VX_ERROR.
  */
 #ifndef VX_UDPTCP_H
 #define VX_UDPTCP_H
@@ -155,7 +163,9 @@ int vx_tcp_server_receive(vx_ip_socket_type sock, vx_ip_socket_type *conn, void 
                           int maxlen, unsigned int tout_us);
 
 /* Sends len bytes after waiting at most tout_us for writability.
- * VX_OK when all went out at once; VX_TIMEOUT or VX_ERROR otherwise. */
+ * VX_OK when all went out at once; VX_TIMEOUT or VX_ERROR otherwise (also
+ * when only part of the buffer fitted into the socket's send buffer: the
+ * call never waits for a peer to read). */
 int vx_tcp_send(vx_ip_socket_type sock, const void *buffer, int len, unsigned int tout_us);
 
 #ifdef __cplusplus

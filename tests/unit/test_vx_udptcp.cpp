@@ -358,4 +358,60 @@ TEST_F(Tcp, SendTimesOutWhenThePeerStopsReading)
     EXPECT_EQ(vx_tcp_exit(c), VX_OK);
 }
 
+TEST_F(Tcp, LargeSendToAPeerThatDoesNotReadEndsWithinItsTimeOut)
+{
+    start(0);
+    vx_ip_socket_type c = client(), conn = nullptr;
+    ASSERT_EQ(receive(&conn), VX_ACCEPTED);
+    const std::vector<char> big(64 << 20, 'x');
+    const double t0 = nowMs();
+    EXPECT_EQ(vx_tcp_send(c, big.data(), int(big.size()), 100000), VX_ERROR) << "only part of it fits";
+    EXPECT_LT(nowMs() - t0, 1000.0);
+    EXPECT_EQ(vx_tcp_exit(c), VX_OK);
+}
+
+// Arguments that can never work fail at once, however long the time-out.
+TEST(BadArguments, FailAtOnceWithoutWaiting)
+{
+    char buf[16];
+    vx_ip_socket_type s = udp(), conn = nullptr;
+    ASSERT_NE(s, nullptr);
+    const unsigned int forever = 60000000u;
+    const double t0 = nowMs();
+    EXPECT_EQ(vx_udp_receive(s, buf, -1, forever, 0), VX_ERROR);
+    EXPECT_EQ(vx_udp_receive_from(s, buf, -5, nullptr, nullptr, forever, 0), VX_ERROR);
+    EXPECT_EQ(vx_udp_receive_multisocket(&s, 1, nullptr, buf, -1, forever, 0), VX_ERROR);
+    EXPECT_EQ(vx_tcp_receive(s, buf, -1, forever), VX_ERROR);
+    EXPECT_EQ(vx_udp_send(s, buf, -1, kLoopback, 9, forever), VX_ERROR);
+
+    // A null handle is an error, not a crash.
+    vx_ip_socket_type none = nullptr;
+    EXPECT_EQ(vx_udp_receive(nullptr, buf, sizeof buf, forever, 0), VX_ERROR);
+    EXPECT_EQ(vx_udp_receive_from(nullptr, buf, sizeof buf, nullptr, nullptr, forever, 0), VX_ERROR);
+    EXPECT_EQ(vx_udp_receive_multisocket(&none, 1, nullptr, buf, sizeof buf, forever, 0), VX_ERROR);
+    EXPECT_EQ(vx_udp_send(nullptr, buf, 1, kLoopback, 9, forever), VX_ERROR);
+    EXPECT_EQ(vx_tcp_send(nullptr, buf, 1, forever), VX_ERROR);
+    EXPECT_EQ(vx_tcp_receive(nullptr, buf, sizeof buf, forever), VX_ERROR);
+    EXPECT_EQ(vx_tcp_server_receive(nullptr, &conn, buf, sizeof buf, forever), VX_ERROR);
+    EXPECT_EQ(vx_ip_getsockaddr(nullptr, nullptr, nullptr), VX_ERROR);
+    EXPECT_EQ(vx_ip_getpeeraddr(nullptr, nullptr, nullptr), VX_ERROR);
+    EXPECT_EQ(vx_udp_setmulticast(nullptr, 1, 1), VX_ERROR);
+    EXPECT_EQ(vx_udp_joingroup(nullptr, 0xE0000001u), VX_ERROR);
+    EXPECT_EQ(vx_tcp_set_keepalive(nullptr, 1, 1, 1), VX_ERROR);
+    EXPECT_EQ(vx_udp_exit(nullptr), VX_ERROR);
+    EXPECT_EQ(vx_tcp_exit(nullptr), VX_ERROR);
+    EXPECT_LT(nowMs() - t0, 1000.0);
+
+    // maxlen 0 takes the datagram off the socket unread.
+    unsigned short port = 0;
+    vx_ip_socket_type r = udp(&port);
+    ASSERT_EQ(sendTo(s, "gone", port), VX_OK);
+    ASSERT_EQ(sendTo(s, "next", port), VX_OK);
+    EXPECT_EQ(vx_udp_receive(r, buf, 0, kLongUs, 0), VX_TRUNCATED);
+    EXPECT_EQ(vx_udp_receive(r, buf, sizeof buf, kLongUs, 0), 4);
+    EXPECT_EQ(std::string(buf, 4), "next");
+    EXPECT_EQ(vx_udp_exit(r), VX_OK);
+    EXPECT_EQ(vx_udp_exit(s), VX_OK);
+}
+
 } // namespace
