@@ -2,6 +2,13 @@
 # Draws the 48 x 48 grey-with-alpha padlock icon of the settings dialog.
 # Usage: scripts/draw-lock-icon.py modules/CascadedSystemModule/resources/lock.png
 import zlib, struct, math, sys
+USAGE = "Usage: scripts/draw-lock-icon.py OUTPUT.png\n" \
+        "Draws the 48 x 48 padlock icon of the settings dialog into OUTPUT.png\n" \
+        "(the checked-in one is modules/CascadedSystemModule/resources/lock.png).\n"
+if len(sys.argv) == 2 and sys.argv[1] in ("-h", "--help"):
+    sys.stdout.write(USAGE); sys.exit(0)
+if len(sys.argv) != 2 or sys.argv[1].startswith("-"):
+    sys.stderr.write("draw-lock-icon.py: expected one output file\n" + USAGE); sys.exit(2)
 W=H=48
 def cov(x,y):
     # returns (grey, alpha) for pixel centre x,y using 4x4 supersampling
