@@ -54,7 +54,10 @@ bool versionQualifies(const QString &version)
 
 SimController::SimController(const ControllerConfig &config, SimLan *lan)
     : QObject(lan), m_config(config), m_lan(lan), m_faults(config.faults),
-      m_cascade{config.connected, config.scanSlavesLan, config.wolSlaves, {}}, m_scan(config.address, this)
+      m_cascade{config.connected, config.scanSlavesLan, config.wolSlaves, {}},
+      m_scan([this](const QString &ip, const std::string &request, std::string *reply, int *delayMs) {
+          return answerProbe(ip, request, reply, delayMs);
+      }, this)
 {
 }
 
@@ -95,6 +98,22 @@ void SimController::goOffline()
     m_scan.stop();
     delete m_udp;
     delete m_tcp; // closes the host's connections with it
+}
+
+// A probe of this controller's scan, answered by the target as it would
+// answer the datagram: nothing from an offline target.
+bool SimController::answerProbe(const QString &ip, const std::string &request, std::string *reply, int *delayMs)
+{
+    SimController *target = m_lan->find(ip);
+    if (!target || !target->isOnline())
+        return false;
+    const Answer a = target->respond(request);
+    target->logRequest("scan", request, a);
+    if (!a.send || a.disconnect)
+        return false;
+    *reply = a.text;
+    *delayMs = a.delayMs;
+    return true;
 }
 
 bool SimController::eligible() const

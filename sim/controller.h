@@ -71,6 +71,7 @@ public:
     void logIgnored(const char *channel, const std::string &request, const char *why) const;
 
 private:
+    bool answerProbe(const QString &ip, const std::string &request, std::string *reply, int *delayMs);
     void onDatagrams();
     void answerDatagram(const QNetworkDatagram &d);
     void onNewConnection();

@@ -9,6 +9,7 @@
 #include <QRegularExpression>
 #include <QSocketNotifier>
 #include <csignal>
+#include <sys/resource.h>
 #include <cstdio>
 #include <unistd.h>
 
@@ -123,6 +124,19 @@ int main(int argc, char *argv[])
     if (!installSignalHandlers()) {
         std::perror("cascade-sim: signal handlers");
         return 1;
+    }
+    // One UDP socket per controller, the master's listener and connections
+    // and Qt's own: raise the soft limit as far as the hard one allows.
+    const rlim_t needed = rlim_t(scenario.controllers.size()) + rlim_t(limits.maxConnections) + 64;
+    struct rlimit files = {};
+    if (::getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur < needed) {
+        files.rlim_cur = files.rlim_max == RLIM_INFINITY ? needed : qMin(needed, files.rlim_max);
+        ::setrlimit(RLIMIT_NOFILE, &files);
+        if (files.rlim_cur < needed) {
+            std::fprintf(stderr, "cascade-sim: %d controllers need %lu file descriptors; the limit is %lu\n",
+                         int(scenario.controllers.size()), (unsigned long)needed, (unsigned long)files.rlim_cur);
+            return 1;
+        }
     }
     SimLan lan(scenario, parser.isSet(verbose), limits);
     QSocketNotifier notifier(g_signalPipe[0], QSocketNotifier::Read);

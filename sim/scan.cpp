@@ -1,10 +1,6 @@
 #include "scan.h"
 
-#include <QHostAddress>
-#include <QNetworkDatagram>
 #include <QTimer>
-#include <QUdpSocket>
-#include <cstdio>
 
 #include "protocol.h"
 
@@ -17,7 +13,7 @@ constexpr int ProbeParameterCount = int(sizeof ProbeParameters / sizeof ProbePar
 
 } // namespace
 
-ScanEngine::ScanEngine(const QString &ownAddress, QObject *parent) : QObject(parent), m_ownAddress(ownAddress) {}
+ScanEngine::ScanEngine(ProbeFunction probe, QObject *parent) : QObject(parent), m_probe(std::move(probe)) {}
 
 const ScanEngine::Probed *ScanEngine::find(const QString &ip) const
 {
@@ -36,12 +32,6 @@ void ScanEngine::start(bool full, const QStringList &targets, int minDurationMs)
     m_probes.clear();
     const int generation = ++m_generation;
 
-    dropProber();
-    m_prober = new QUdpSocket(this);
-    if (!m_prober->bind(QHostAddress(m_ownAddress), 0))
-        std::fprintf(stderr, "%s: cannot bind the probe socket: %s\n", qPrintable(m_ownAddress),
-                     qPrintable(m_prober->errorString()));
-    connect(m_prober, &QUdpSocket::readyRead, this, &ScanEngine::onReplies);
     for (const QString &ip : targets)
         addTarget(ip);
 
@@ -79,32 +69,45 @@ void ScanEngine::scheduleProbes()
 
 void ScanEngine::sendQueuedProbes()
 {
-    for (int n = 0; n < ProbeBatch && m_nextToProbe < m_toProbe.size() && m_prober; ++n) {
-        const QHostAddress to(m_toProbe.at(m_nextToProbe++));
+    const int generation = m_generation;
+    for (int n = 0; n < ProbeBatch && m_nextToProbe < m_toProbe.size() && m_running; ++n) {
+        const QString ip = m_toProbe.at(m_nextToProbe++);
         for (const char *p : ProbeParameters) {
-            const QByteArray request = QByteArray(ControllerProtocol::ReadPrefix) + p + '\0';
-            m_prober->writeDatagram(request, to, ControllerProtocol::Port);
+            const std::string request = std::string(ControllerProtocol::ReadPrefix) + p;
+            std::string reply;
+            int delayMs = 0;
+            if (!m_probe || !m_probe(ip, request, &reply, &delayMs))
+                continue;
+            if (delayMs <= 0) {
+                onReply(ip, reply);
+            } else {
+                QTimer::singleShot(delayMs, this, [this, generation, ip, reply] {
+                    if (generation == m_generation)
+                        onReply(ip, reply);
+                });
+            }
         }
     }
     if (m_nextToProbe < m_toProbe.size())
         scheduleProbes();
+    else
+        tryFinish();
 }
 
-void ScanEngine::onReplies()
+void ScanEngine::onReply(const QString &ip, const std::string &reply)
 {
-    while (m_prober && m_prober->hasPendingDatagrams()) {
-        const QNetworkDatagram d = m_prober->receiveDatagram(4096);
-        const QString from = QHostAddress(d.senderAddress().toIPv4Address()).toString();
-        std::string text, why;
-        const auto probe = m_probes.find(from);
-        if (probe == m_probes.end() || d.senderPort() != ControllerProtocol::Port
-            || !SimProtocol::datagramText(d.data().constData(), size_t(d.data().size()), &text, &why))
-            continue;
-        // A reply to a read has the form of a write request.
-        const SimProtocol::Request r = SimProtocol::parseRequest(text);
-        if (r.kind == SimProtocol::Kind::Write)
-            probe->values.insert(QString::fromStdString(r.name), QString::fromStdString(r.value));
-    }
+    const auto probe = m_probes.find(ip);
+    if (probe == m_probes.end())
+        return;
+    // A reply to a read has the form of a write request. Replies are checked
+    // as a datagram's would be: a fault may send anything.
+    const std::string datagram = reply + '\0';
+    std::string text, why;
+    if (!SimProtocol::datagramText(datagram.data(), datagram.size(), &text, &why))
+        return;
+    const SimProtocol::Request r = SimProtocol::parseRequest(text);
+    if (r.kind == SimProtocol::Kind::Write)
+        probe->values.insert(QString::fromStdString(r.name), QString::fromStdString(r.value));
     tryFinish();
 }
 
@@ -143,15 +146,4 @@ void ScanEngine::stop()
 {
     m_running = false;
     ++m_generation;
-    dropProber();
-}
-
-void ScanEngine::dropProber()
-{
-    // May run inside the prober's own readyRead: delete it later.
-    if (m_prober) {
-        m_prober->disconnect(this);
-        m_prober->deleteLater();
-        m_prober = nullptr;
-    }
 }

@@ -1,6 +1,13 @@
-// The scan engine of one simulated controller: probes other controllers over
-// UDP from the controller's own address, as a real controller would, and
+// The scan engine of one simulated controller: probes other controllers and
 // keeps the result of the last scan.
+//
+// Every target is a controller of the same simulated LAN, so a probe is
+// handed to the target directly (ProbeFunction) instead of going through
+// UDP: the target answers it exactly as it would a datagram (its faults and
+// delays included, nothing when it is offline), but no reply can be lost to
+// a full receive buffer, however many controllers the LAN has. Targets are
+// probed ProbeBatch at a time per event-loop pass, so that the scan command
+// is answered at once and TCP service goes on during a large scan.
 //
 // A scan counts as running (count() is -1) until its minimum duration has
 // passed and every target has answered; it ends at the latest after the
@@ -12,11 +19,10 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
-#include <QPointer>
 #include <QString>
 #include <QStringList>
-
-class QUdpSocket;
+#include <functional>
+#include <string>
 
 class ScanEngine : public QObject
 {
@@ -25,10 +31,13 @@ class ScanEngine : public QObject
 public:
     // How long a probe waits for the replies of a controller that is silent.
     static constexpr int ProbeTimeoutMs = 500;
-    // Targets probed per event-loop pass. All controllers share one thread,
-    // so the replies of a pass queue up on the probe socket until the next
-    // pass; small passes keep them within its receive buffer.
-    static constexpr int ProbeBatch = 16;
+    // Targets probed per event-loop pass.
+    static constexpr int ProbeBatch = 256;
+
+    // Hands one probe request to the controller at ip. True when that
+    // controller answers, with its reply text and how much later it comes.
+    using ProbeFunction =
+        std::function<bool(const QString &ip, const std::string &request, std::string *reply, int *delayMs)>;
 
     // What one target answered to the probe.
     struct Probed
@@ -38,7 +47,7 @@ public:
         bool answered() const { return values.contains(QStringLiteral("system version")); }
     };
 
-    ScanEngine(const QString &ownAddress, QObject *parent);
+    ScanEngine(ProbeFunction probe, QObject *parent);
 
     void start(bool full, const QStringList &targets, int minDurationMs);
     // Probes ip as part of the running scan.
@@ -55,12 +64,11 @@ public:
 private:
     void sendQueuedProbes();
     void scheduleProbes();
-    void onReplies();
+    void onReply(const QString &ip, const std::string &reply);
     void tryFinish();
     void finish();
-    void dropProber();
 
-    QString m_ownAddress;
+    ProbeFunction m_probe;
     QList<Probed> m_result;
     QHash<QString, int> m_resultIndex; // ip -> index in m_result
 
@@ -72,5 +80,4 @@ private:
     QStringList m_toProbe;     // targets whose requests are not sent yet
     int m_nextToProbe = 0;     // index into m_toProbe
     QHash<QString, Probed> m_probes;
-    QPointer<QUdpSocket> m_prober;
 };

@@ -9,33 +9,97 @@
 
 namespace {
 
-QString yesNo(const QJsonObject &o, const char *key, const QString &fallback, QString *error)
+// Reads the fields of one JSON object, each of its own type. The first field
+// of a wrong type ends the reading with an error that names it; a missing
+// field keeps its default.
+class Fields
 {
-    const QJsonValue v = o.value(QLatin1String(key));
-    if (v.isUndefined())
-        return fallback;
-    if (v.isBool())
-        return v.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
-    if (v.isString())
-        return v.toString();
-    *error = QStringLiteral("\"%1\" must be true, false or a text").arg(QLatin1String(key));
-    return fallback;
-}
+public:
+    Fields(const QJsonObject &o, const QString &what, QString *error) : m_o(o), m_what(what), m_error(error) {}
 
-QString text(const QJsonObject &o, const char *key, const QString &fallback)
-{
-    const QJsonValue v = o.value(QLatin1String(key));
-    return v.isString() ? v.toString() : fallback;
-}
+    bool ok() const { return m_error->isEmpty(); }
 
-bool parseFault(const QJsonObject &o, Fault *f, QString *error)
+    QString text(const char *key, const QString &fallback)
+    {
+        const QJsonValue v = m_o.value(QLatin1String(key));
+        if (v.isUndefined() || !ok())
+            return fallback;
+        if (!v.isString())
+            return fail(key, "must be a text"), fallback;
+        const QString t = v.toString();
+        // Values go into reply lines: a control character would break them.
+        for (const QChar c : t)
+            if (c.unicode() < 0x20 || c.unicode() == 0x7f)
+                return fail(key, "must not hold control characters"), fallback;
+        return t;
+    }
+
+    // true/false, or the text "yes"/"no" itself.
+    QString yesNo(const char *key, const QString &fallback)
+    {
+        const QJsonValue v = m_o.value(QLatin1String(key));
+        if (v.isBool() && ok())
+            return v.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
+        if (!v.isUndefined() && !v.isString() && ok())
+            return fail(key, "must be true, false or a text"), fallback;
+        return text(key, fallback);
+    }
+
+    bool flag(const char *key, bool fallback)
+    {
+        const QJsonValue v = m_o.value(QLatin1String(key));
+        if (v.isUndefined() || !ok())
+            return fallback;
+        if (!v.isBool())
+            return fail(key, "must be true or false"), fallback;
+        return v.toBool();
+    }
+
+    // A whole number from 0 to max (scale: the JSON value is in units of
+    // 1/scale, e.g. seconds read as milliseconds with scale 1000).
+    int number(const char *key, int fallback, int max, int scale = 1)
+    {
+        const QJsonValue v = m_o.value(QLatin1String(key));
+        if (v.isUndefined() || !ok())
+            return fallback;
+        const double d = v.toDouble(-1) * scale;
+        if (!v.isDouble() || d < 0 || d > max || (scale == 1 && d != double(qint64(d))))
+            return fail(key, qPrintable(QStringLiteral("must be a whole number from 0 to %1").arg(max))), fallback;
+        return int(d);
+    }
+
+    QJsonArray array(const char *key)
+    {
+        const QJsonValue v = m_o.value(QLatin1String(key));
+        if (v.isUndefined() || !ok())
+            return QJsonArray();
+        if (!v.isArray())
+            return fail(key, "must be a list"), QJsonArray();
+        return v.toArray();
+    }
+
+private:
+    void fail(const char *key, const char *why)
+    {
+        *m_error = QStringLiteral("%1: \"%2\" %3").arg(m_what, QLatin1String(key), QLatin1String(why));
+    }
+
+    QJsonObject m_o;
+    QString m_what;
+    QString *m_error;
+};
+
+constexpr int MaxMs = 24 * 3600 * 1000;
+
+bool parseFault(const QJsonObject &o, const QString &what, Fault *f, QString *error)
 {
-    f->match = o.value(QLatin1String("match")).toString();
-    if (f->match.isEmpty()) {
-        *error = QStringLiteral("a fault needs a \"match\" text");
+    Fields in(o, what, error);
+    f->match = in.text("match", QString());
+    if (in.ok() && f->match.isEmpty()) {
+        *error = QStringLiteral("%1: a fault needs a \"match\" text").arg(what);
         return false;
     }
-    const QString action = text(o, "action", QStringLiteral("normal"));
+    const QString action = in.text("action", QStringLiteral("normal"));
     if (action == QLatin1String("normal"))
         f->action = Fault::Action::Normal;
     else if (action == QLatin1String("error"))
@@ -46,59 +110,75 @@ bool parseFault(const QJsonObject &o, Fault *f, QString *error)
         f->action = Fault::Action::Silent;
     else if (action == QLatin1String("disconnect"))
         f->action = Fault::Action::Disconnect;
-    else {
-        *error = QStringLiteral("unknown fault action \"%1\"").arg(action);
+    else if (in.ok()) {
+        *error = QStringLiteral("%1: unknown fault action \"%2\"").arg(what, action);
         return false;
     }
-    f->text = text(o, "text", QString());
-    f->delayMs = o.value(QLatin1String("delay_ms")).toInt(0);
-    f->times = o.value(QLatin1String("times")).toInt(0);
-    if (f->delayMs < 0 || f->times < 0) {
-        *error = QStringLiteral("\"delay_ms\" and \"times\" must not be negative");
+    // Reply texts may hold anything, control characters included: they are
+    // the malformed replies a fault exists for.
+    const QJsonValue t = o.value(QLatin1String("text"));
+    if (in.ok() && !t.isUndefined() && !t.isString()) {
+        *error = QStringLiteral("%1: \"text\" must be a text").arg(what);
         return false;
     }
-    return true;
+    f->text = t.toString();
+    f->delayMs = in.number("delay_ms", 0, MaxMs);
+    f->times = in.number("times", 0, 1000000000);
+    return in.ok();
 }
 
 bool parseController(const QJsonObject &o, ControllerConfig *c, QString *error)
 {
-    c->address = text(o, "address", QString());
+    const QJsonValue address = o.value(QLatin1String("address"));
+    c->address = address.toString();
     if (!isLoopbackAddress(c->address)) {
-        *error = QStringLiteral("controller address \"%1\" is not a 127.x.y.z address").arg(c->address);
+        *error = QStringLiteral("controller address \"%1\" is not a 127.x.y.z address")
+                     .arg(address.isString() ? c->address : QStringLiteral("(not a text)"));
         return false;
     }
-    c->hostname = text(o, "hostname", c->address);
-    c->model = text(o, "model", c->model);
-    c->protocol = text(o, "protocol", c->protocol);
-    c->version = text(o, "version", c->version);
+    Fields in(o, QStringLiteral("controller %1").arg(c->address), error);
+    c->hostname = in.text("hostname", c->address);
+    c->model = in.text("model", c->model);
+    c->protocol = in.text("protocol", c->protocol);
+    c->version = in.text("version", c->version);
     if (c->version.startsWith(QLatin1Char('v')))
         c->version.remove(0, 1);
-    c->access = text(o, "access", c->access);
-    c->canSlave = yesNo(o, "can_slave", c->canSlave, error);
-    c->online = o.value(QLatin1String("online")).toBool(true);
-    c->offlineAfterMs = int(o.value(QLatin1String("offline_after_s")).toDouble(0) * 1000);
-    c->unplugOnSignal = o.value(QLatin1String("unplug_on_signal")).toBool(false);
-    c->scanVisible = o.value(QLatin1String("scan_visible")).toBool(true);
-    c->master = o.value(QLatin1String("master")).toBool(false);
-    c->cascadeAvailable = yesNo(o, "cascade_available", c->cascadeAvailable, error);
-    c->configChangeable = yesNo(o, "config_changeable", c->configChangeable, error);
-    c->scanSlavesLan = yesNo(o, "scan_slaves_lan", c->scanSlavesLan, error);
-    c->wolSlaves = yesNo(o, "wol_slaves", c->wolSlaves, error);
-    c->scanDurationMs = o.value(QLatin1String("scan_duration_ms")).toInt(c->scanDurationMs);
-    for (const QJsonValue &v : o.value(QLatin1String("connected")).toArray()) {
+    c->access = in.text("access", c->access);
+    c->canSlave = in.yesNo("can_slave", c->canSlave);
+    c->online = in.flag("online", true);
+    c->offlineAfterMs = in.number("offline_after_s", 0, MaxMs, 1000);
+    c->unplugOnSignal = in.flag("unplug_on_signal", false);
+    c->scanVisible = in.flag("scan_visible", true);
+    c->master = in.flag("master", false);
+    c->cascadeAvailable = in.yesNo("cascade_available", c->cascadeAvailable);
+    c->configChangeable = in.yesNo("config_changeable", c->configChangeable);
+    c->scanSlavesLan = in.yesNo("scan_slaves_lan", c->scanSlavesLan);
+    c->wolSlaves = in.yesNo("wol_slaves", c->wolSlaves);
+    c->scanDurationMs = in.number("scan_duration_ms", c->scanDurationMs, MaxMs);
+    const QJsonArray connected = in.array("connected");
+    const QJsonArray faults = in.array("faults");
+    if (!in.ok())
+        return false;
+    for (const QJsonValue &v : connected) {
         if (!isLoopbackAddress(v.toString())) {
-            *error = QStringLiteral("connected slave \"%1\" is not a 127.x.y.z address").arg(v.toString());
+            *error = QStringLiteral("controller %1: connected slave \"%2\" is not a 127.x.y.z address")
+                         .arg(c->address, v.toString());
             return false;
         }
         c->connected << v.toString();
     }
-    for (const QJsonValue &v : o.value(QLatin1String("faults")).toArray()) {
+    for (int i = 0; i < faults.size(); ++i) {
+        const QString what = QStringLiteral("controller %1, fault %2").arg(c->address).arg(i + 1);
+        if (!faults.at(i).isObject()) {
+            *error = QStringLiteral("%1: must be a JSON object").arg(what);
+            return false;
+        }
         Fault f;
-        if (!parseFault(v.toObject(), &f, error))
+        if (!parseFault(faults.at(i).toObject(), what, &f, error))
             return false;
         c->faults << f;
     }
-    return error->isEmpty();
+    return true;
 }
 
 } // namespace
@@ -133,9 +213,19 @@ bool Scenario::parse(const QByteArray &json, QString *error)
         *error = QStringLiteral("not a JSON object: %1").arg(pe.errorString());
         return false;
     }
+    const QJsonValue list = doc.object().value(QLatin1String("controllers"));
+    if (!list.isArray()) {
+        *error = QStringLiteral("\"controllers\" must be a list");
+        return false;
+    }
+    if (list.toArray().size() > MaxControllers) {
+        *error = QStringLiteral("%1 controllers: a scenario holds at most %2")
+                     .arg(list.toArray().size()).arg(MaxControllers);
+        return false;
+    }
     QSet<QString> seen;
     int masters = 0;
-    for (const QJsonValue &v : doc.object().value(QLatin1String("controllers")).toArray()) {
+    for (const QJsonValue &v : list.toArray()) {
         ControllerConfig c;
         if (!v.isObject() || !parseController(v.toObject(), &c, error)) {
             if (error->isEmpty())

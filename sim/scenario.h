@@ -54,6 +54,11 @@ struct ControllerConfig
 
 struct Scenario
 {
+    // The most controllers one simulator runs. Each has a UDP socket of its
+    // own (the master a TCP listener too); a scan of all of them lists
+    // every one that answers.
+    static constexpr int MaxControllers = 4096;
+
     QList<ControllerConfig> controllers;
 
     // Reads and checks a scenario file. On failure returns false with a
