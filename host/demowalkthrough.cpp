@@ -5,6 +5,7 @@
 #include <QDialog>
 #include <QDir>
 #include <QFile>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QMouseEvent>
@@ -83,6 +84,18 @@ void DemoWalkthrough::go(Step next)
     m_step = next;
     m_stepClock.restart();
     if (next == Step::OpenFirst || next == Step::OpenSecond) {
+        if (!m_window->refreshVersions()) {
+            finish(false, QStringLiteral("the controller is not reachable, the menu entry is disabled: %1")
+                              .arg(m_window->statusText()));
+            return;
+        }
+        // The module keeps its dialog between openings. Empty its tables, so
+        // that a reopened dialog that could not refresh them is not judged
+        // by what the first opening showed.
+        for (QDialog *dlg : m_window->findChildren<QDialog *>())
+            if (isNamed(dlg, SettingsDialog))
+                for (QTableWidget *table : dlg->findChildren<QTableWidget *>())
+                    table->setRowCount(0);
         // trigger() runs the dialog's exec(); this timer keeps ticking inside it.
         QTimer::singleShot(0, m_action.data(), &QAction::trigger);
         m_step = next == Step::OpenFirst ? Step::FirstScan : Step::SecondScan;
@@ -203,7 +216,14 @@ void DemoWalkthrough::tick()
         }
         return;
     case Step::SecondDialog: {
-        if (!isNamed(modal, SettingsDialog) || !settingsDialogFilled(modal))
+        if (!isNamed(modal, SettingsDialog))
+            return;
+        if (auto *error = modal->findChild<QLabel *>(QStringLiteral("label_error")); error && error->isVisible()) {
+            shoot(modal, QStringLiteral("09-settings-reopened.png"));
+            finish(false, QStringLiteral("the reopened dialog shows: %1").arg(error->text()));
+            return;
+        }
+        if (!settingsDialogFilled(modal))
             return;
         auto *selected = modal->findChild<QTableWidget *>(QStringLiteral("tableWidget_selected"));
         QStringList connected;

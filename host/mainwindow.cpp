@@ -148,12 +148,35 @@ int MainWindow::loadModules(const QString &folder)
         log(tr("Loaded module \"%1\" %2 from %3 (IID %4, class %5)")
                 .arg(module->get_module_name(), module->get_module_version(), file, iid, className));
 
-        for (_GuiElement *e : module->get_gui_elements())
-            if (e && e->menu_entry)
+        for (_GuiElement *e : module->get_gui_elements()) {
+            if (e && e->menu_entry) {
                 addEntry(e->menu_name, e->menu_order_number, e->menu_entry_order_number, e->menu_entry);
+                m_moduleActions << e->menu_entry;
+            }
+        }
     }
     rebuildMenuBar();
+    updateStatus();
     return loaded;
+}
+
+bool MainWindow::versionsKnown() const
+{
+    return m_iom->controller_address().isEmpty() || !(m_versions->protocol() == VersionInfo());
+}
+
+bool MainWindow::refreshVersions()
+{
+    if (versionsKnown())
+        return true;
+    const BackendVersions read = readBackendVersions(m_iom);
+    if (!(read.protocol() == VersionInfo())) {
+        *m_versions = read;
+        log(tr("Connected to %1 (%2, protocol %3)")
+                .arg(m_iom->controller_address(), m_versions->ctrlModel(), m_versions->protocol().toString()));
+    }
+    updateStatus();
+    return versionsKnown();
 }
 
 void MainWindow::shutdownModules()
@@ -187,7 +210,9 @@ void MainWindow::addEntry(const QString &menuTitle, int menuOrder, int entryOrde
             return;
         }
     }
-    m_menus << Menu{menuOrder, new QMenu(menuTitle, this), {qMakePair(entryOrder, action)}};
+    auto *menu = new QMenu(menuTitle, this);
+    connect(menu, &QMenu::aboutToShow, this, &MainWindow::refreshVersions);
+    m_menus << Menu{menuOrder, menu, {qMakePair(entryOrder, action)}};
     rebuildMenuBar();
 }
 
@@ -207,6 +232,11 @@ void MainWindow::rebuildMenuBar()
             m.menu->addAction(e.second);
         menuBar()->addMenu(m.menu);
     }
+}
+
+QString MainWindow::statusText() const
+{
+    return m_status->text();
 }
 
 QString MainWindow::logText() const
@@ -249,8 +279,14 @@ void MainWindow::updateStatus()
 {
     QString text;
     const QString address = m_iom->controller_address();
+    const bool known = versionsKnown();
+    for (const QPointer<QAction> &a : qAsConst(m_moduleActions))
+        if (a)
+            a->setEnabled(known);
     if (address.isEmpty())
         text = tr("No controller");
+    else if (!known)
+        text = tr("Controller %1: not reachable (%2)").arg(address, m_iom->last_error());
     else if (!m_iom->is_connected())
         text = tr("Controller %1: not connected").arg(address);
     else

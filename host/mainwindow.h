@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QMainWindow>
+#include <QPointer>
 #include <QPair>
 #include <QString>
 
@@ -31,6 +32,15 @@ public:
     void shutdownModules();
 
     QString logText() const;
+    QString statusText() const;
+    // Whether the controller's versions have been read. Until they are, the
+    // modules' menu entries are disabled: a module would take the missing
+    // versions for a controller that is too old.
+    bool versionsKnown() const;
+    // Reads the controller's versions again if they are not known yet (the
+    // controller was not reachable); true when they are known. Runs whenever
+    // a menu opens; bounded by the connect time-out.
+    bool refreshVersions();
     // The first action of the menu bar whose text is text ("&Cascaded System").
     QAction *findMenuAction(const QString &text) const;
 
@@ -69,5 +79,6 @@ private:
     QLabel *m_status;
     QAction *m_requestLogAction;
     QList<Module> m_modules;
+    QList<QPointer<QAction>> m_moduleActions;
     QList<Menu> m_menus;
 };

@@ -1,7 +1,8 @@
 // The simulator at its limits: the largest scenario it runs is scanned
 // completely, a larger one and every malformed scenario value are refused at
 // load with the field named, bad command lines are refused, and its verbose
-// log never passes raw bytes on. Addresses 127.0.73.x and, for the large
+// log never passes raw bytes on. The host reports a controller it cannot
+// reach as such. Addresses 127.0.73.x and, for the large
 // LAN, 127.73.0.0/16.
 #include <QHostAddress>
 #include <QProcess>
@@ -173,6 +174,27 @@ private slots:
         QVERIFY(out.contains("\\xff"));
         QVERIFY(!out.contains('\x1b'));
         QVERIFY(!out.contains('\x01'));
+    }
+
+    // Without a controller the versions are unknown: the host says that the
+    // controller is not reachable and keeps the module's entry disabled,
+    // instead of letting the module call it too old.
+    void hostReportsAnUnreachableController()
+    {
+        QTemporaryDir out;
+        QProcess host;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        host.setProcessEnvironment(env);
+        host.setProcessChannelMode(QProcess::MergedChannels);
+        host.start(QStringLiteral(CASCADE_HOST_PATH),
+                   {QStringLiteral("127.0.73.30"), QStringLiteral("--headless-demo"), out.path()});
+        QVERIFY(host.waitForFinished(60000));
+        QVERIFY(host.exitCode() != 0);
+        QFile log(out.filePath(QStringLiteral("messages.log")));
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        const QByteArray text = log.readAll();
+        QVERIFY2(text.contains("not reachable (") && !text.contains("too old"), text.constData());
     }
 };
 
