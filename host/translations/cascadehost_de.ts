@@ -39,10 +39,6 @@
         <translation>unerwartete Antwort: „%1“</translation>
     </message>
     <message>
-        <source>cannot connect to %1:%2</source>
-        <translation>keine Verbindung zu %1:%2 möglich</translation>
-    </message>
-    <message>
         <source>send timed out</source>
         <translation>Zeitüberschreitung beim Senden</translation>
     </message>
@@ -65,6 +61,34 @@
     <message>
         <source>connection lost while waiting for the reply</source>
         <translation>Verbindung beim Warten auf die Antwort verloren</translation>
+    </message>
+    <message>
+        <source>the controller closed the connection</source>
+        <translation>der Controller hat die Verbindung geschlossen</translation>
+    </message>
+    <message>
+        <source>the controller sent &quot;%1&quot; before any request</source>
+        <translation>der Controller hat vor jeder Anfrage „%1“ gesendet</translation>
+    </message>
+    <message>
+        <source>no controller address</source>
+        <translation>keine Controller-Adresse</translation>
+    </message>
+    <message>
+        <source>not connected (%1); next attempt in %2 ms</source>
+        <translation>nicht verbunden (%1); nächster Versuch in %2 ms</translation>
+    </message>
+    <message>
+        <source>unknown address</source>
+        <translation>unbekannte Adresse</translation>
+    </message>
+    <message>
+        <source>no answer within %1 ms</source>
+        <translation>keine Antwort innerhalb von %1 ms</translation>
+    </message>
+    <message>
+        <source>connect: %1</source>
+        <translation>Verbindungsaufbau: %1</translation>
     </message>
 </context>
 <context>
@@ -191,6 +215,25 @@ Geladene Module:
         <source>Show the host&apos;s purpose and the loaded modules</source>
         <translation>Zweck des Hosts und die geladenen Module anzeigen</translation>
     </message>
+    <message>
+        <source>Skipped %1: the same library as a module loaded already</source>
+        <translation>%1 übersprungen: dieselbe Bibliothek wie ein bereits geladenes Modul</translation>
+    </message>
+    <message>
+        <source>Connected to %1 (%2, protocol %3)</source>
+        <translation>Verbunden mit %1 (%2, Protokoll %3)</translation>
+    </message>
+    <message>
+        <source>Controller %1: not reachable (%2)</source>
+        <translation>Controller %1: nicht erreichbar (%2)</translation>
+    </message>
+</context>
+<context>
+    <name>QCommandLineParser</name>
+    <message>
+        <source>Displays version information.</source>
+        <translation>Zeigt die Versionsinformationen an.</translation>
+    </message>
 </context>
 <context>
     <name>main</name>
@@ -203,10 +246,6 @@ Wenn ein Modul nicht lädt, zeigt ein Start mit QT_DEBUG_PLUGINS=1 den Grund.</t
     <message>
         <source>Controller address (default 127.0.0.2).</source>
         <translation>Adresse des Controllers (Vorgabe 127.0.0.2).</translation>
-    </message>
-    <message>
-        <source>Controller TCP port (default 50105).</source>
-        <translation>TCP-Port des Controllers (Vorgabe 50105).</translation>
     </message>
     <message>
         <source>Folder of the modules to load (default: %1).</source>
@@ -259,6 +298,14 @@ Wenn ein Modul nicht lädt, zeigt ein Start mit QT_DEBUG_PLUGINS=1 den Grund.</t
     <message>
         <source>cannot write the log file %1: %2</source>
         <translation>Protokolldatei %1 kann nicht geschrieben werden: %2</translation>
+    </message>
+    <message>
+        <source>Controller TCP port (default %1).</source>
+        <translation>TCP-Port des Controllers (Vorgabe %1).</translation>
+    </message>
+    <message>
+        <source>no display; set DISPLAY, or QT_QPA_PLATFORM=offscreen to run without a window</source>
+        <translation>keine Anzeige; DISPLAY setzen, oder QT_QPA_PLATFORM=offscreen, um ohne Fenster zu laufen</translation>
     </message>
 </context>
 </TS>
