@@ -196,6 +196,38 @@ private slots:
         const QByteArray text = log.readAll();
         QVERIFY2(text.contains("not reachable (") && !text.contains("too old"), text.constData());
     }
+
+    // The walkthrough reopens the dialog after OK. When that opening cannot
+    // refresh the dialog (here the master refuses every read of "cascade
+    // available" after the first), the walkthrough fails instead of judging
+    // the tables the first opening left behind.
+    void walkthroughFailsWhenTheReopenedDialogCannotRefresh()
+    {
+        SimProcess lan;
+        QVERIFY2(lan.start(R"({ "controllers": [
+            { "address": "127.0.73.1", "master": true, "scan_duration_ms": 200,
+              "faults": [ { "match": "korvane get cascade available", "times": 1 },
+                          { "match": "korvane get cascade available", "action": "error" } ] },
+            { "address": "127.0.73.2", "hostname": "scanned" },
+            { "address": "127.0.73.3", "hostname": "hidden", "scan_visible": false } ] })"),
+                 qPrintable(lan.error()));
+        QTemporaryDir out;
+        QProcess host;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        host.setProcessEnvironment(env);
+        host.setProcessChannelMode(QProcess::MergedChannels);
+        host.start(QStringLiteral(CASCADE_HOST_PATH),
+                   {QStringLiteral("127.0.73.1"), QStringLiteral("--lang"), QStringLiteral("en"),
+                    QStringLiteral("--demo-add"), QStringLiteral("127.0.73.3"), QStringLiteral("--headless-demo"),
+                    out.path()});
+        QVERIFY(host.waitForFinished(90000));
+        QFile report(out.filePath(QStringLiteral("walkthrough.txt")));
+        QVERIFY(report.open(QIODevice::ReadOnly));
+        const QByteArray text = report.readAll();
+        QVERIFY2(host.exitCode() != 0, text.constData());
+        QVERIFY2(text.contains("07-after-ok.png") && text.contains("the reopened dialog shows"), text.constData());
+    }
 };
 
 QTEST_GUILESS_MAIN(SimLimitsTest)
