@@ -26,6 +26,7 @@ void ScanEngine::start(bool full, const QStringList &targets, int minDurationMs)
     m_running = true;
     m_full = full;
     m_minElapsed = false;
+    m_timedOut = false;
     m_targets.clear();
     m_toProbe.clear();
     m_nextToProbe = 0;
@@ -41,8 +42,13 @@ void ScanEngine::start(bool full, const QStringList &targets, int minDurationMs)
         m_minElapsed = true;
         tryFinish();
     });
+    // Silent targets are left out then, but never one that was not probed
+    // yet: a slow machine may take that long to hand out the probes.
     QTimer::singleShot(qMax(minDurationMs, ProbeTimeoutMs), this, [this, generation] {
-        if (generation == m_generation && m_running)
+        if (generation != m_generation || !m_running)
+            return;
+        m_timedOut = true;
+        if (m_nextToProbe >= m_toProbe.size())
             finish();
     });
 }
@@ -88,8 +94,12 @@ void ScanEngine::sendQueuedProbes()
             }
         }
     }
+    if (!m_running)
+        return; // the last reply ended the scan
     if (m_nextToProbe < m_toProbe.size())
         scheduleProbes();
+    else if (m_timedOut)
+        finish();
     else
         tryFinish();
 }

@@ -75,6 +75,7 @@ private:
     bool m_running = false;
     bool m_full = false;
     bool m_minElapsed = false;
+    bool m_timedOut = false;   // the probe time-out passed while probes were still to go
     int m_generation = 0;      // bumped whenever a scan starts or ends: stale timers do nothing
     QStringList m_targets;     // in the order they were given
     QStringList m_toProbe;     // targets whose requests are not sent yet

@@ -420,6 +420,8 @@ int vx_udp_init(vx_ip_socket_type *sock, unsigned short port, unsigned short opt
     _ip_socket *s;
     struct sockaddr_in addr;
 
+    if (sock == NULL)
+        return VX_ERROR;
     if (_socket_init(&s, SOCK_DGRAM, options) != VX_OK)
         return VX_ERROR;
     if ((options & VX_OPT_BROADCAST) &&
@@ -557,6 +559,8 @@ int vx_tcp_client_init(vx_ip_socket_type *sock, unsigned int ip, unsigned short 
     _ip_socket *s;
     struct sockaddr_in addr;
 
+    if (sock == NULL)
+        return VX_ERROR;
     if (_socket_init(&s, SOCK_STREAM, 0) != VX_OK)
         return VX_ERROR;
     _fill_sockaddr(&addr, ip, port);
@@ -582,6 +586,8 @@ int vx_tcp_client_connect(vx_ip_socket_type *sock, unsigned int ip, unsigned sho
     socklen_t errlen = sizeof err;
     fd_set set;
 
+    if (sock == NULL)
+        return VX_ERROR;
     if (_socket_init(&s, SOCK_STREAM, 0) != VX_OK)
         return VX_ERROR;
     flags = fcntl(s->ossock, F_GETFL);
@@ -631,6 +637,8 @@ int vx_tcp_server_init(vx_ip_socket_type *sock, unsigned short port, unsigned sh
     _ip_socket *s;
     struct sockaddr_in addr;
 
+    if (sock == NULL)
+        return VX_ERROR;
     if (_socket_init(&s, SOCK_STREAM, options) != VX_OK)
         return VX_ERROR;
     if (_set_int_option(s->ossock, SOL_SOCKET, SO_REUSEADDR, VX_SOCKOPT_ON) != VX_OK)

@@ -19,8 +19,8 @@
  *     read would look like the peer closing. A maxlen of 0 for the UDP
  *     receive functions waits for the next datagram, takes it off the socket
  *     unread and gives VX_TRUNCATED (0 with VX_RECV_FULLOK).
- *   - A null handle gives VX_ERROR (for the init functions: a null place to
- *     store the handle is not checked).
+ *   - A null handle, or a null place for an init function to store one,
+ *     gives VX_ERROR.
  *   - Sends never block beyond tout_us: after the wait for writability the
  *     whole buffer is handed to the system in one call that does not wait;
  *     what does not fit at once (a peer that does not read) is a short send,

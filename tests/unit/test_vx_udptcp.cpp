@@ -400,6 +400,9 @@ TEST(BadArguments, FailAtOnceWithoutWaiting)
     EXPECT_EQ(vx_tcp_set_keepalive(nullptr, 1, 1, 1), VX_ERROR);
     EXPECT_EQ(vx_udp_exit(nullptr), VX_ERROR);
     EXPECT_EQ(vx_tcp_exit(nullptr), VX_ERROR);
+    EXPECT_EQ(vx_udp_init(nullptr, 0, VX_OPT_ANYPORT), VX_ERROR);
+    EXPECT_EQ(vx_tcp_server_init(nullptr, 0, VX_OPT_ANYPORT), VX_ERROR);
+    EXPECT_EQ(vx_tcp_client_connect(nullptr, kLoopback, 9, forever), VX_ERROR);
     EXPECT_LT(nowMs() - t0, 1000.0);
 
     // maxlen 0 takes the datagram off the socket unread.
