@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
-#include <QLibraryInfo>
 #include <QLocale>
 #include <QRegularExpression>
 #include <QTimer>
@@ -14,6 +13,7 @@
 #include "demowalkthrough.h"
 #include "hostiomanager.h"
 #include "mainwindow.h"
+#include "qtcompat.h"
 
 namespace {
 
@@ -66,7 +66,7 @@ int main(int argc, char *argv[])
     const QLocale locale = language.isEmpty() ? QLocale::system() : QLocale(language);
     if (!language.isEmpty())
         QLocale::setDefault(locale);
-    installTranslation(locale, QStringLiteral("qtbase"), QLibraryInfo::location(QLibraryInfo::TranslationsPath));
+    installTranslation(locale, QStringLiteral("qtbase"), qtcompat::qtTranslationsPath());
     installTranslation(locale, QStringLiteral("cascadehost"),
                        QCoreApplication::applicationDirPath() + QStringLiteral("/translations"));
 

@@ -4,8 +4,6 @@
 #include <QCursor>
 #include <QHeaderView>
 #include <QMessageBox>
-#include <QRegExp>
-#include <QRegExpValidator>
 #include <QSet>
 #include <QTableWidgetItem>
 
@@ -16,6 +14,7 @@
 #include "IOManager.h"
 #include "cascadecommands.h"
 #include "endlessprogressdlg.h"
+#include "qtcompat.h"
 #include "vx_udptcp.h"
 
 using namespace CascadeCommands;
@@ -181,8 +180,8 @@ CascadedSettingsDlg::CascadedSettingsDlg(IOManager *iom, QWidget *parent, Backen
     list_primarySelectedSlaves.clear();
 
     // Only ASCII letters, digits, '-' and '.' can be typed into the add field.
-    ui.lineEdit_addSlave->setValidator(new QRegExpValidator(
-        QRegExp(QStringLiteral("([A-Z]|[a-z]|-|[.]|[0-9])*"), Qt::CaseSensitive, QRegExp::RegExp), this));
+    ui.lineEdit_addSlave->setValidator(
+        qtcompat::newRegExpValidator(QStringLiteral("([A-Z]|[a-z]|-|[.]|[0-9])*"), this));
 }
 
 CascadedSettingsDlg::~CascadedSettingsDlg()
@@ -569,7 +568,7 @@ bool CascadedSettingsDlg::isIpAddress(QString sIp)
     if (text.count(QLatin1Char('.')) != 3)
         return false;
     text.remove(QLatin1Char('.'));
-    text.remove(QRegExp(QStringLiteral("[0-9]"), Qt::CaseSensitive, QRegExp::RegExp));
+    qtcompat::removeRegExp(text, QStringLiteral("[0-9]"));
     return text.isEmpty();
 }
 
