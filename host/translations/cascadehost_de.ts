@@ -179,6 +179,10 @@ Geladene Module:
         <source>none</source>
         <translation>keine</translation>
     </message>
+    <message>
+        <source>Cannot load %1: it is built against Qt %2, but this host runs on Qt %3; a module must be built against the same Qt major version as the host</source>
+        <translation>%1 kann nicht geladen werden: Das Modul ist gegen Qt %2 gebaut, dieser Host läuft aber mit Qt %3; ein Modul muss gegen dieselbe Qt-Hauptversion gebaut sein wie der Host</translation>
+    </message>
 </context>
 <context>
     <name>main</name>

@@ -132,7 +132,7 @@ private slots:
     }
 
     // The host application loads the modules (reporting one that is not a
-    // plugin); its walkthrough selects a scanned controller, adds one the
+    // plugin, and one that needs the other Qt major version); its walkthrough selects a scanned controller, adds one the
     // scan did not list by hand, selects it too, and OK connects both.
     void hostWalkthroughConnectsAScannedAndAHandAddedController()
     {
@@ -140,6 +140,10 @@ private slots:
         QVERIFY(QFile::link(pluginPath(), modules.filePath(QStringLiteral("libCascadedSystemModule.so"))));
         QFile broken(modules.filePath(QStringLiteral("libbroken.so")));
         QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("not a library") > 0 && broken.flush());
+        const int otherQt = QT_VERSION_MAJOR == 5 ? 6 : 5;
+        QFile foreign(modules.filePath(QStringLiteral("libotherqt.so")));
+        QVERIFY(foreign.open(QIODevice::WriteOnly) &&
+                foreign.write(QStringLiteral("needs libQt%1Core.so.%1").arg(otherQt).toLatin1()) > 0 && foreign.flush());
 
         QProcess host;
         host.setProcessChannelMode(QProcess::MergedChannels);
@@ -162,6 +166,11 @@ private slots:
         const QByteArray text = log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
         for (const char *expected : {"Cannot load libbroken.so", "New Hardware", "CascadedSettingsChanged"})
             QVERIFY2(text.contains(expected), text.constData());
+        QVERIFY2(text.contains(QStringLiteral("Cannot load libotherqt.so: it is built against Qt %1, but this host runs on Qt %2")
+                                   .arg(otherQt)
+                                   .arg(QString::fromLatin1(qVersion()))
+                                   .toLatin1()),
+                 text.constData());
         QVERIFY2(!text.contains("Error:"), text.constData());
     }
 
