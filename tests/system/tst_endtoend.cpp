@@ -132,8 +132,9 @@ private slots:
     }
 
     // The host application loads the modules (reporting one that is not a
-    // plugin, and one that needs the other Qt major version); its walkthrough selects a scanned controller, adds one the
-    // scan did not list by hand, selects it too, and OK connects both.
+    // plugin, and one built against the other Qt major version); its
+    // walkthrough selects a scanned controller, adds one the scan did not
+    // list by hand, selects it too, and OK connects both.
     void hostWalkthroughConnectsAScannedAndAHandAddedController()
     {
         QTemporaryDir modules, out;
