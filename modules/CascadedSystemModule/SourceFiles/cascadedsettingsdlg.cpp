@@ -5,8 +5,6 @@
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QMessageBox>
-#include <QRegExp>
-#include <QRegExpValidator>
 #include <QSet>
 #include <QTableWidgetItem>
 #include <QToolTip>
@@ -19,6 +17,7 @@
 #include "IOManager.h"
 #include "cascadecommands.h"
 #include "endlessprogressdlg.h"
+#include "qtcompat.h"
 #include "vx_udptcp.h"
 
 using namespace CascadeCommands;
@@ -254,8 +253,8 @@ CascadedSettingsDlg::CascadedSettingsDlg(IOManager *iom, QWidget *parent, Backen
     list_primarySelectedSlaves.clear();
 
     // Only ASCII letters, digits, '-' and '.' can be typed into the add field.
-    ui.lineEdit_addSlave->setValidator(new QRegExpValidator(
-        QRegExp(QStringLiteral("([A-Z]|[a-z]|-|[.]|[0-9])*"), Qt::CaseSensitive, QRegExp::RegExp), this));
+    ui.lineEdit_addSlave->setValidator(
+        qtcompat::newRegExpValidator(QStringLiteral("([A-Z]|[a-z]|-|[.]|[0-9])*"), this));
 }
 
 CascadedSettingsDlg::~CascadedSettingsDlg()
@@ -698,7 +697,7 @@ bool CascadedSettingsDlg::isIpAddress(QString sIp)
     if (text.count(QLatin1Char('.')) != 3)
         return false;
     text.remove(QLatin1Char('.'));
-    text.remove(QRegExp(QStringLiteral("[0-9]"), Qt::CaseSensitive, QRegExp::RegExp));
+    qtcompat::removeRegExp(text, QStringLiteral("[0-9]"));
     return text.isEmpty();
 }
 
