@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include "cascadedsettingsdlg.h"
+#include "dialogaccess.h"
 #include "udpresponder.h"
 
 namespace {
@@ -23,7 +24,7 @@ QByteArray z(const char *text) { return QByteArray(text, int(qstrlen(text)) + 1)
 
 } // namespace
 
-class CascadedSettingsDlgTest : public QObject
+class ProbeDescriptorsTest : public QObject
 {
     Q_OBJECT
 
@@ -38,7 +39,7 @@ private slots:
             refusing.replies.insert(request, z("korvane error refused"));
         QVERIFY2(eligible.start(Eligible) && refusing.start(Refusing), "cannot bind 127.0.8.1 and 127.0.8.3 at port 50105");
         CascadedSettingsDlg dlg(nullptr, nullptr, nullptr);
-        QVERIFY(dlg.isAvailableAsSlave(QString::fromLatin1(Eligible))); // first use may open descriptors of its own
+        QVERIFY(DialogAccess::isAvailableAsSlave(dlg, QString::fromLatin1(Eligible))); // first use may open descriptors of its own
 
         const int before = openFds();
         int timedOut = 0;
@@ -46,7 +47,7 @@ private slots:
             // Every 64th probe goes unanswered (0.5 s each), every 8th is refused.
             const char *target = i % 64 == 0 ? Silent : i % 8 == 1 ? Refusing : Eligible;
             const QString name = QString::fromLatin1(target);
-            const bool ok = i % 2 ? dlg.isAvailableAsSlave(name) : dlg.isValidIpOrHostname(name);
+            const bool ok = i % 2 ? DialogAccess::isAvailableAsSlave(dlg, name) : DialogAccess::isValidIpOrHostname(dlg, name);
             QVERIFY2(ok == (target == Eligible), qPrintable(QStringLiteral("probe %1 of %2 gave %3").arg(i).arg(name).arg(ok)));
             timedOut += target == Silent;
         }
@@ -56,5 +57,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(CascadedSettingsDlgTest)
+QTEST_MAIN(ProbeDescriptorsTest)
 #include "tst_probedescriptors.moc"

@@ -12,6 +12,7 @@
 
 #include "BackendVersions.h"
 #include "cascadedsettingsdlg.h"
+#include "dialogaccess.h"
 #include "guitest.h"
 #include "scriptediomanager.h"
 #include "udpresponder.h"
@@ -71,7 +72,7 @@ const QString NotAvailable = "IP address is not available as a Cascaded System s
 
 } // namespace
 
-class CascadedSettingsDlgTest : public QObject
+class AddSlaveTest : public QObject
 {
     Q_OBJECT
 
@@ -98,8 +99,8 @@ class CascadedSettingsDlgTest : public QObject
             b->button(QMessageBox::Ok)->click();
         });
         catcher.start(5);
-        dlg->ui.lineEdit_addSlave->setText(text);
-        dlg->ui.pushButton_addSlave->click();
+        DialogAccess::ui(*dlg).lineEdit_addSlave->setText(text);
+        DialogAccess::ui(*dlg).pushButton_addSlave->click();
         return boxes;
     }
 
@@ -137,8 +138,8 @@ private slots:
         QFETCH(QString, text);
         QFETCH(bool, dotted);
         QFETCH(bool, lastAllowed);
-        QCOMPARE(dlg->isIpAddress(text), dotted);
-        QCOMPARE(dlg->isLastPartOfIpAllowed(text), lastAllowed);
+        QCOMPARE(DialogAccess::isIpAddress(*dlg, text), dotted);
+        QCOMPARE(DialogAccess::isLastPartOfIpAllowed(*dlg, text), lastAllowed);
     }
 
     // Refused before any socket is opened or any datagram sent.
@@ -151,7 +152,7 @@ private slots:
             QCOMPARE(openSockets(), sockets);
         }
         QCOMPARE(iom->log, QStringList());
-        QVERIFY(!dlg->bSomethingChanged);
+        QVERIFY(!DialogAccess::somethingChanged(*dlg));
     }
 
     // Validation (version, access), the list check, then eligibility
@@ -212,7 +213,7 @@ private slots:
                      {GetCanSlave.left(GetCanSlave.size() - 1), can}};
         QVERIFY2(r.start(addr, from), "cannot bind the responder");
         if (listed)
-            dlg->list_availableSlaves << new SlaveInfo("listed", addr, "yes");
+            DialogAccess::availableSlaves(*dlg) << new SlaveInfo("listed", addr, "yes");
         iom->scriptCascade({}, {{"manual", addr}});
         iom->answer("korvane cascade add_scanned_slave " + typed, "korvane ok", addResult);
         const int sockets = openSockets(), sent = sentSince(0).size();
@@ -226,17 +227,17 @@ private slots:
             probes += s.second == 50105 && s.first == ntohl(inet_addr(addr.constData()));
         QCOMPARE(probes, seen);
         QCOMPARE(dlg->cursor().shape(), Qt::ArrowCursor);
-        QCOMPARE(dlg->bSomethingChanged, box.isEmpty());
+        QCOMPARE(DialogAccess::somethingChanged(*dlg), box.isEmpty());
         if (!box.isEmpty()) {
             QCOMPARE(iom->log, QStringList());
             return;
         }
         QCOMPARE(iom->log.first(), "cmd korvane cascade add_scanned_slave " + typed);
         QCOMPARE(iom->errors(), addResult ? QStringList{"Error: Unable to add Cascaded System slave " + typed} : QStringList());
-        QCOMPARE(dlg->timerUpdateAvailableSlaves.interval(), 100);
-        QTRY_COMPARE_WITH_TIMEOUT(GuiTest::rows(dlg->ui.tableWidget_available), QStringList({"manual|" + addr + "|yes"}), 2000);
+        QCOMPARE(DialogAccess::listTimer(*dlg).interval(), 100);
+        QTRY_COMPARE_WITH_TIMEOUT(GuiTest::rows(DialogAccess::ui(*dlg).tableWidget_available), QStringList({"manual|" + addr + "|yes"}), 2000);
     }
 };
 
-QTEST_MAIN(CascadedSettingsDlgTest)
+QTEST_MAIN(AddSlaveTest)
 #include "tst_addslave.moc"
