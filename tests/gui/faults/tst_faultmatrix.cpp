@@ -31,6 +31,7 @@
 #include "cascadecommands.h"
 #include "cascadedsettingsdlg.h"
 #include "dialogaccess.h"
+#include "guitest.h"
 #include "modaldriver.h"
 #include "scriptediomanager.h"
 
@@ -166,22 +167,12 @@ void click(QWidget *dlg, const char *name)
             b->click();
 }
 
-void selectRow(QWidget *dlg, const char *table, int row)
+// Clicks the row that shows ip, if there is one.
+void clickIp(QTableWidget *table, const char *ip)
 {
-    auto *t = dlg->findChild<QTableWidget *>(QLatin1String(table));
-    if (t && row >= 0 && row < t->rowCount()) {
-        t->setCurrentCell(row, 1);
-        emit t->cellClicked(row, 1); // as a click on the row would
-    }
-}
-
-int rowOf(QWidget *dlg, const char *table, const char *ip)
-{
-    auto *t = dlg->findChild<QTableWidget *>(QLatin1String(table));
-    for (int r = 0; t && r < t->rowCount(); ++r)
-        if (t->item(r, 1) && t->item(r, 1)->text() == QLatin1String(ip))
-            return r;
-    return -1;
+    const int row = GuiTest::rowOfIp(table, QString::fromLatin1(ip));
+    if (row >= 0)
+        GuiTest::clickRow(table, row);
 }
 
 enum class Session { Apply, ApplyWolOn, CancelRestore };
@@ -235,7 +226,7 @@ int runSession(CascadedSettingsDlg &dlg, ScriptedIOManager &io, Session session,
         ModalDriver::when(settings, [scanSwitchedOff, clicked, &dlg, &io](QWidget *w) {
             // The list timer's first rebuild shows IpA; a fault may keep it out.
             waitForList(dlg, io, io.count(Poll));
-            selectRow(w, "tableWidget_available", rowOf(w, "tableWidget_available", IpA));
+            clickIp(DialogAccess::ui(dlg).tableWidget_available, IpA);
             click(w, "pushButton_select");
             scanSwitchedOff();
             QPointer<QWidget> p(w);
@@ -255,7 +246,7 @@ int runSession(CascadedSettingsDlg &dlg, ScriptedIOManager &io, Session session,
         ModalDriver::when([settings, clicked](QWidget *w) { return settings(w) && *clicked; }, [finish, apply, &dlg, &io](QWidget *w) {
             // The rebuild after the rescan no longer lists IpA.
             waitForList(dlg, io, io.count(Poll));
-            selectRow(w, "tableWidget_selected", rowOf(w, "tableWidget_selected", IpSlave));
+            clickIp(DialogAccess::ui(dlg).tableWidget_selected, IpSlave);
             click(w, "pushButton_deselect");
             if (auto *wol = w->findChild<QCheckBox *>(QStringLiteral("checkBox_wol")))
                 if (wol->isEnabled())

@@ -86,21 +86,16 @@ class AddSlaveTest : public QObject
     QStringList add(const QString &text)
     {
         QStringList boxes;
-        QTimer catcher;
-        QPointer<QMessageBox> last;
-        connect(&catcher, &QTimer::timeout, [&] {
-            auto *b = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            if (!b || b == last)
-                return;
-            last = b;
+        ModalDriver::whenever([](QWidget *w) { return qobject_cast<QMessageBox *>(w) != nullptr; }, [&boxes](QWidget *w) {
+            auto *b = static_cast<QMessageBox *>(w);
             boxes << b->text();
             QVERIFY(b->windowTitle() == "VESTRAL" && b->icon() == QMessageBox::Warning
                     && b->standardButtons() == QMessageBox::Ok);
             b->button(QMessageBox::Ok)->click();
         });
-        catcher.start(5);
         DialogAccess::ui(*dlg).lineEdit_addSlave->setText(text);
         DialogAccess::ui(*dlg).pushButton_addSlave->click();
+        ModalDriver::endWhenever();
         return boxes;
     }
 
