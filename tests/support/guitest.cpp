@@ -1,7 +1,11 @@
 #include "guitest.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QMutex>
+#include <QProcess>
+#include <QTest>
+#include <cstdio>
 
 namespace GuiTest {
 
@@ -89,6 +93,73 @@ void clickRow(QTableWidget *t, int row)
 {
     t->setCurrentCell(row, 0);
     emit t->cellClicked(row, 0);
+}
+
+namespace {
+const int ParallelRows = 8;
+const int RunBoundMs = 120000;
+} // namespace
+
+int exec(QObject *test, int argc, char **argv)
+{
+    if (argc > 1)
+        return QTest::qExec(test, argc, argv);
+
+    // Every row as "function:tag" (or "function"), from QtTest's own listing.
+    QProcess lister;
+    lister.start(QCoreApplication::applicationFilePath(), {QStringLiteral("-datatags")});
+    if (!lister.waitForFinished(RunBoundMs) || lister.exitCode() != 0) {
+        std::fprintf(stderr, "cannot list the test rows\n");
+        return 1;
+    }
+    QStringList rows;
+    for (const QByteArray &line : lister.readAllStandardOutput().split('\n')) {
+        const QList<QByteArray> words = line.split(' ');
+        if (words.size() < 2)
+            continue;
+        const QString tag = QString::fromUtf8(line.mid(words[0].size() + words[1].size() + 2));
+        rows << QString::fromUtf8(words[1]) + (tag.isEmpty() ? QString() : QLatin1Char(':') + tag);
+    }
+
+    QVector<QByteArray> reports(rows.size());
+    QVector<int> results(rows.size(), -1);
+    QList<QPair<int, QProcess *>> running;
+    QElapsedTimer clock;
+    clock.start();
+    int next = 0;
+    while (next < rows.size() || !running.isEmpty()) {
+        while (next < rows.size() && running.size() < ParallelRows) {
+            auto *p = new QProcess;
+            p->setProcessChannelMode(QProcess::MergedChannels);
+            p->start(QCoreApplication::applicationFilePath(), {rows[next]});
+            running << qMakePair(next++, p);
+        }
+        for (int k = running.size() - 1; k >= 0; --k) {
+            QProcess *p = running[k].second;
+            const int row = running[k].first;
+            reports[row] += p->readAll();
+            if (p->state() != QProcess::NotRunning && !p->waitForFinished(5)) {
+                if (clock.elapsed() < RunBoundMs)
+                    continue;
+                p->kill();
+                p->waitForFinished(1000);
+                reports[row] += "\nkilled: the run did not end within its bound\n";
+            }
+            reports[row] += p->readAll();
+            results[row] = p->exitStatus() == QProcess::NormalExit ? p->exitCode() : -1;
+            delete p;
+            running.removeAt(k);
+        }
+    }
+
+    int failed = 0;
+    for (int row = 0; row < rows.size(); ++row) {
+        std::fprintf(stdout, "==== %s\n%s", qPrintable(rows[row]), reports[row].constData());
+        failed += results[row] != 0;
+    }
+    std::fprintf(stdout, "==== %d of %lld rows failed\n", failed, static_cast<long long>(rows.size()));
+    std::fflush(stdout);
+    return failed == 0 ? 0 : 1;
 }
 
 } // namespace GuiTest

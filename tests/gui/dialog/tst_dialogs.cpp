@@ -364,5 +364,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(DialogsTest)
+GUITEST_MAIN(DialogsTest)
 #include "tst_dialogs.moc"

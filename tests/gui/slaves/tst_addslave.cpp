@@ -234,5 +234,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(AddSlaveTest)
+GUITEST_MAIN(AddSlaveTest)
 #include "tst_addslave.moc"

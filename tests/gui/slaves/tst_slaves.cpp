@@ -436,5 +436,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(SlavesTest)
+GUITEST_MAIN(SlavesTest)
 #include "tst_slaves.moc"
