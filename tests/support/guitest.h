@@ -39,11 +39,11 @@ int openAndRun(Dlg *dlg, const std::function<bool()> &ready, const std::function
     return dlg->update_and_exec();
 }
 
-// Runs a QtTest object. With arguments this is QTest::qExec. Without, every
-// test function and data row runs in a child process of its own, several at
-// a time, and the children's reports are printed in order: a dialog test
-// spends most of its time waiting out the dialogs' own timers, so rows run
-// side by side finish in a fraction of the time. Fails if any child fails.
+// Runs a QtTest object. With arguments this is QTest::qExec. Without, the
+// test's rows (every data row of every function) are shared out among a few
+// child processes that run side by side, and their reports are printed in
+// order: a dialog test spends most of its time waiting out the dialogs' own
+// timers, so this takes a fraction of the time. Fails if any child fails.
 int exec(QObject *test, int argc, char **argv);
 
 } // namespace GuiTest
