@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "BackendVersions.h"
+#include "ControllerProtocol.h"
 #include "IOManager.h"
 #include "benchkit.h"
 #include "cascadedsettingsdlg.h"
@@ -33,7 +34,7 @@ namespace {
 
 const int ScannedCount = 1000;
 const int RowHeight = 20; // the dialog's row height of the available table
-const int AnswerSize = 200;
+using ControllerProtocol::AnswerSize;
 
 // Scan entry i (1-based) sits at 127.0.(9 + (i-1)/250).(1 + (i-1)%250): the
 // addresses never leave this process, they only have to look real. The

@@ -573,9 +573,10 @@ void FaultMatrixTest::fault_data()
 {
     QTest::addColumn<int>("entry");
     QTest::addColumn<int>("fault");
-    const char *names[] = {"", "fails", "wrong word", "199 characters"};
+    const QString names[] = {QString(), QStringLiteral("fails"), QStringLiteral("wrong word"),
+                             QStringLiteral("%1 characters").arg(ControllerProtocol::MaxAnswerLength)};
     for (const Job &row : faultJobs())
-        QTest::newRow(qPrintable(QStringLiteral("%1 / %2").arg(catalogue[row.entry].text, names[int(row.fault)])))
+        QTest::newRow(qPrintable(QStringLiteral("%1 / %2").arg(QLatin1String(catalogue[row.entry].text), names[int(row.fault)])))
             << row.entry << int(row.fault);
     if (faultJobs().isEmpty())
         QTest::newRow("no faults in this run") << -1 << int(Fault::None);

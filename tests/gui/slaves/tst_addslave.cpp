@@ -1,5 +1,5 @@
 // Adding a slave by hand: the address checks and the UDP probe of the named
-// controller against responders on 127.0.7.x:50105.
+// controller against responders on 127.0.7.x at the controller port.
 #include <QMessageBox>
 #include <QtTest>
 #include <arpa/inet.h>
@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "BackendVersions.h"
+#include "ControllerProtocol.h"
 #include "cascadedsettingsdlg.h"
 #include "dialogaccess.h"
 #include "guitest.h"
@@ -219,7 +220,7 @@ private slots:
         QCOMPARE(r.seen(), (QList<QByteArray>{GetVersion, GetAccess, GetAccess, GetVersion, GetCanSlave}.mid(0, seen)));
         int probes = 0;
         for (const auto &s : sentSince(sent))
-            probes += s.second == 50105 && s.first == ntohl(inet_addr(addr.constData()));
+            probes += s.second == ControllerProtocol::Port && s.first == ntohl(inet_addr(addr.constData()));
         QCOMPARE(probes, seen);
         QCOMPARE(dlg->cursor().shape(), Qt::ArrowCursor);
         QCOMPARE(DialogAccess::somethingChanged(*dlg), box.isEmpty());
