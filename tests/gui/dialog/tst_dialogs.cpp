@@ -24,6 +24,7 @@ const QString ScanNo = QStringLiteral("set cascade scan_slaves_lan no");
 const int Fails = -1000; // a poll answer that fails instead
 
 QStringList writes(const QStringList &log) { return log.filter(QRegularExpression(QStringLiteral("^set "))); }
+Ui::CascadedSettingsDlgClass &ui(CascadedSettingsDlg &dlg) { return DialogAccess::ui(dlg); }
 QImage image(const QIcon &icon) { return icon.pixmap(48, 48).toImage().convertToFormat(QImage::Format_ARGB32); }
 } // namespace
 
@@ -54,9 +55,9 @@ class DialogsTest : public QObject
         QCOMPARE(guarded.size(), 13);
         for (QWidget *w : guarded)
             QVERIFY2(!w->isEnabled(), qPrintable(w->objectName()));
-        QVERIFY(DialogAccess::ui(dlg).pushButton_cancel->isEnabled());
-        QVERIFY(DialogAccess::ui(dlg).label_error->isVisible());
-        QVERIFY(DialogAccess::ui(dlg).label_error->text().contains(QLatin1String("Cascaded System is not available!")));
+        QVERIFY(ui(dlg).pushButton_cancel->isEnabled());
+        QVERIFY(ui(dlg).label_error->isVisible());
+        QVERIFY(ui(dlg).label_error->text().contains(QLatin1String("Cascaded System is not available!")));
     }
 
 private slots:
@@ -101,13 +102,13 @@ private slots:
                                                     "get cascade scan_slaves_lan", Scan, Poll,
                                                     "getint cascade number_of_connected_slaves",
                                                     "get cascade wol_slaves", Poll}));
-                     QCOMPARE(DialogAccess::ui(dlg).checkBox_scanLan->isChecked(), on);
-                     QCOMPARE(DialogAccess::ui(dlg).checkBox_wol->isChecked(), on);
+                     QCOMPARE(ui(dlg).checkBox_scanLan->isChecked(), on);
+                     QCOMPARE(ui(dlg).checkBox_wol->isChecked(), on);
                      QVERIFY(!DialogAccess::somethingChanged(dlg));
                      QVERIFY(DialogAccess::availabilityTimer(dlg).isActive());
-                     QTest::keyClick(DialogAccess::ui(dlg).tableWidget_available, Qt::Key_Return); // no default button
+                     QTest::keyClick(ui(dlg).tableWidget_available, Qt::Key_Return); // no default button
                      QVERIFY(dlg.isVisible());
-                     DialogAccess::ui(dlg).pushButton_cancel->click();
+                     ui(dlg).pushButton_cancel->click();
                  }),
                  0);
         QVERIFY(hiddenDuringScan);
@@ -196,11 +197,11 @@ private slots:
         openAndRun(&dlg, nullptr, [&] {
             QVERIFY(refreshed(dlg));
             QVERIFY(image(dlg.windowIcon()) == image(locked ? QIcon(QStringLiteral(":/lock.png")) : hostIcon));
-            for (QWidget *w : {(QWidget *)DialogAccess::ui(dlg).pushButton_ok, (QWidget *)DialogAccess::ui(dlg).checkBox_scanLan,
-                               (QWidget *)DialogAccess::ui(dlg).checkBox_wol, (QWidget *)DialogAccess::ui(dlg).pushButton_select})
-                QVERIFY2(w->isEnabled() == (!locked && w != DialogAccess::ui(dlg).pushButton_select), qPrintable(w->objectName()));
-            for (QWidget *w : {(QWidget *)DialogAccess::ui(dlg).tableWidget_available, (QWidget *)DialogAccess::ui(dlg).pushButton_update,
-                               (QWidget *)DialogAccess::ui(dlg).pushButton_addSlave})
+            for (QWidget *w : {(QWidget *)ui(dlg).pushButton_ok, (QWidget *)ui(dlg).checkBox_scanLan,
+                               (QWidget *)ui(dlg).checkBox_wol, (QWidget *)ui(dlg).pushButton_select})
+                QVERIFY2(w->isEnabled() == (!locked && w != ui(dlg).pushButton_select), qPrintable(w->objectName()));
+            for (QWidget *w : {(QWidget *)ui(dlg).tableWidget_available, (QWidget *)ui(dlg).pushButton_update,
+                               (QWidget *)ui(dlg).pushButton_addSlave})
                 QVERIFY2(w->isEnabled(), qPrintable(w->objectName()));
         });
         QCOMPARE(iom.errors(), QStringList()); // an unreadable lock is not reported
@@ -213,16 +214,16 @@ private slots:
         iom.scriptCascade({{"ctrl5", "10.0.0.5"}}, {});
         iom.answer(QStringLiteral("config is_changeable"), "no");
         CascadedSettingsDlg dlg(&iom, &host, &versions);
-        openAndRun(&dlg, nullptr, [&] { QVERIFY(!DialogAccess::ui(dlg).pushButton_ok->isEnabled()); });
+        openAndRun(&dlg, nullptr, [&] { QVERIFY(!ui(dlg).pushButton_ok->isEnabled()); });
         iom.answer(QStringLiteral("config is_changeable"), "yes");
         openAndRun(&dlg, nullptr, [&] {
-            QVERIFY(DialogAccess::ui(dlg).pushButton_ok->isEnabled());
+            QVERIFY(ui(dlg).pushButton_ok->isEnabled());
             QVERIFY(image(dlg.windowIcon()) == image(hostIcon));
         });
         iom.answer(QStringLiteral("cascade available"), "no");
         openAndRun(&dlg, nullptr, [&] {
             verifyUnavailable(dlg);
-            QCOMPARE(GuiTest::rows(DialogAccess::ui(dlg).tableWidget_selected), QStringList{"ctrl5|10.0.0.5|yes"});
+            QCOMPARE(GuiTest::rows(ui(dlg).tableWidget_selected), QStringList{"ctrl5|10.0.0.5|yes"});
         });
         QCOMPARE(iom.count(Scan), 2);
         QCOMPARE(iom.count(QStringLiteral("get config is_changeable")), 3);
@@ -266,15 +267,15 @@ private slots:
         const int result = openAndRun(&dlg, nullptr, [&] {
             QVERIFY(refreshed(dlg));
             for (int i = 0; i < toggles; ++i)
-                DialogAccess::ui(dlg).checkBox_scanLan->click(); // a rescan each time its switch succeeds
+                ui(dlg).checkBox_scanLan->click(); // a rescan each time its switch succeeds
             if (closeBy == QLatin1String("cancel"))
-                DialogAccess::ui(dlg).pushButton_cancel->click();
+                ui(dlg).pushButton_cancel->click();
             else if (closeBy == QLatin1String("escape"))
                 QTest::keyClick(&dlg, Qt::Key_Escape);
             else if (closeBy == QLatin1String("close"))
                 dlg.close();
             else
-                DialogAccess::ui(dlg).pushButton_ok->click();
+                ui(dlg).pushButton_ok->click();
         });
         QCOMPARE(result, closeBy == QLatin1String("ok") ? 1 : 0);
         QCOMPARE(writes(iom.log), expected);
@@ -292,7 +293,7 @@ private slots:
         openAndRun(&dlg, nullptr, [&] {
             QVERIFY(refreshed(dlg));
             iom.clearLog();
-            DialogAccess::ui(dlg).pushButton_update->click(); // the progress dialog closes itself
+            ui(dlg).pushButton_update->click(); // the progress dialog closes itself
             QVERIFY(DialogAccess::listTimer(dlg).isActive());
             QCOMPARE(DialogAccess::listTimer(dlg).interval(), 100);
             QVERIFY(refreshed(dlg));

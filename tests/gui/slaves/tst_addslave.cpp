@@ -82,6 +82,8 @@ class AddSlaveTest : public QObject
     BackendVersions be{VersionInfo(2, 1, 0), VersionInfo(2, 0, 0), VersionInfo(2, 1, 0), "VESTRAL"};
     std::unique_ptr<CascadedSettingsDlg> dlg;
 
+    Ui::CascadedSettingsDlgClass &ui() { return DialogAccess::ui(*dlg); }
+
     // Types text, presses the add button and returns the texts of the warning
     // boxes shown meanwhile (each closed with OK).
     QStringList add(const QString &text)
@@ -94,8 +96,8 @@ class AddSlaveTest : public QObject
                     && b->standardButtons() == QMessageBox::Ok);
             b->button(QMessageBox::Ok)->click();
         });
-        DialogAccess::ui(*dlg).lineEdit_addSlave->setText(text);
-        DialogAccess::ui(*dlg).pushButton_addSlave->click();
+        ui().lineEdit_addSlave->setText(text);
+        ui().pushButton_addSlave->click();
         ModalDriver::endWhenever();
         return boxes;
     }
@@ -231,7 +233,7 @@ private slots:
         QCOMPARE(iom->log.first(), "cmd korvane cascade add_scanned_slave " + typed);
         QCOMPARE(iom->errors(), addResult ? QStringList{"Error: Unable to add Cascaded System slave " + typed} : QStringList());
         QCOMPARE(DialogAccess::listTimer(*dlg).interval(), 100);
-        QTRY_COMPARE_WITH_TIMEOUT(GuiTest::rows(DialogAccess::ui(*dlg).tableWidget_available), QStringList({"manual|" + addr + "|yes"}), 2000);
+        QTRY_COMPARE_WITH_TIMEOUT(GuiTest::rows(ui().tableWidget_available), QStringList({"manual|" + addr + "|yes"}), 2000);
     }
 };
 

@@ -37,6 +37,8 @@ class SlavesTest : public QObject
     BackendVersions be;
     std::unique_ptr<CascadedSettingsDlg> dlg;
 
+    Ui::CascadedSettingsDlgClass &ui() { return DialogAccess::ui(*dlg); }
+
     void makeDialog(const QString &model = "VESTRAL")
     {
         be = BackendVersions(VersionInfo(2, 1, 0), VersionInfo(2, 0, 0), VersionInfo(2, 1, 0), model);
@@ -47,11 +49,11 @@ class SlavesTest : public QObject
         DialogAccess::readConnectedSlaves(*dlg);
         DialogAccess::rebuildAvailable(*dlg);
     }
-    QTableWidget *selected() { return DialogAccess::ui(*dlg).tableWidget_selected; }
-    QTableWidget *available() { return DialogAccess::ui(*dlg).tableWidget_available; }
+    QTableWidget *selected() { return ui().tableWidget_selected; }
+    QTableWidget *available() { return ui().tableWidget_available; }
     QString buttons()
     {
-        return QString(DialogAccess::ui(*dlg).pushButton_select->isEnabled() ? "S" : "-") + (DialogAccess::ui(*dlg).pushButton_deselect->isEnabled() ? "D" : "-");
+        return QString(ui().pushButton_select->isEnabled() ? "S" : "-") + (ui().pushButton_deselect->isEnabled() ? "D" : "-");
     }
     // The user's steps: "sel <ip>", "desel <ip>", "wol <state>", "rescan <ip>"
     // (the controller's scan result now holds that one only).
@@ -60,7 +62,7 @@ class SlavesTest : public QObject
         for (const QString &step : steps) {
             const QString what = step.section(' ', 0, 0), arg = step.section(' ', 1);
             if (what == "wol") {
-                DialogAccess::ui(*dlg).checkBox_wol->setCheckState(Qt::CheckState(arg.toInt()));
+                ui().checkBox_wol->setCheckState(Qt::CheckState(arg.toInt()));
             } else if (what == "rescan") {
                 iom->answerInt("cascade number_of_scanned_slaves", 1);
                 iom->answer("cascade scanned_slave d01", arg.toLatin1());
@@ -69,7 +71,7 @@ class SlavesTest : public QObject
                 QTableWidget *t = what == "sel" ? available() : selected();
                 clickRow(t, rowOfIp(t, arg));
                 QVERIFY2(buttons().contains(what == "sel" ? "S" : "D"), qPrintable(step));
-                (what == "sel" ? DialogAccess::ui(*dlg).pushButton_select : DialogAccess::ui(*dlg).pushButton_deselect)->click();
+                (what == "sel" ? ui().pushButton_select : ui().pushButton_deselect)->click();
             }
         }
     }
@@ -267,7 +269,7 @@ private slots:
         clickRow(selected(), 0); // a click in one table keeps the other's row
         QCOMPARE(buttons(), QString("SD"));
 
-        DialogAccess::ui(*dlg).pushButton_select->click();
+        ui().pushButton_select->click();
         QCOMPARE(column(selected(), 1), QStringList({"10.5.0.1", "10.5.0.2", "10.5.0.10"}));
         QCOMPARE(colours(available()), QStringList({"grey", "grey", "grey", "default"}));
         QCOMPARE(available()->currentRow(), -1);
@@ -275,7 +277,7 @@ private slots:
         QVERIFY(DialogAccess::somethingChanged(*dlg));
 
         DialogAccess::somethingChanged(*dlg) = false;
-        DialogAccess::ui(*dlg).pushButton_deselect->click(); // ctrl1
+        ui().pushButton_deselect->click(); // ctrl1
         QCOMPARE(column(selected(), 1), QStringList({"10.5.0.2", "10.5.0.10"}));
         QCOMPARE(rows(available()), QStringList({"ctrl1|10.5.0.1|yes", "ctrlA|10.5.0.10|yes", "ctrlB|10.5.0.11|no",
                                                  "ctrlC|10.5.0.12|yes"}));
@@ -321,12 +323,12 @@ private slots:
         iom->answer("config is_changeable", "no");
         makeDialog();
         openAndRun(dlg.get(), [this] { return available()->rowCount() == 1; }, [this] {
-            QVERIFY(!DialogAccess::ui(*dlg).pushButton_ok->isEnabled());
+            QVERIFY(!ui().pushButton_ok->isEnabled());
             clickRow(available(), 0);
             QCOMPARE(buttons(), QString("--"));
             clickRow(selected(), 0);
             QCOMPARE(buttons(), QString("--"));
-            DialogAccess::ui(*dlg).pushButton_cancel->click();
+            ui().pushButton_cancel->click();
         });
     }
 
@@ -388,7 +390,7 @@ private slots:
         const int result = openAndRun(dlg.get(), [this] { return available()->rowCount() == 3; }, [&] {
             perform(steps);
             iom->clearLog();
-            DialogAccess::ui(*dlg).pushButton_ok->click();
+            ui().pushButton_ok->click();
             afterOk = iom->log;
         });
         QCOMPARE(result, 1);
@@ -422,14 +424,14 @@ private slots:
         iom->answer("cascade wol_slaves", "no", wolResult);
         makeDialog(model);
         openAndRun(dlg.get(), [this] { return available()->rowCount() == 3; }, [&] {
-            QCOMPARE(QString(DialogAccess::ui(*dlg).checkBox_wol->isHidden() ? "H" : "-") + (DialogAccess::ui(*dlg).checkBox_wol->isChecked() ? "C" : "-")
-                         + (DialogAccess::ui(*dlg).checkBox_wol->isEnabled() ? "E" : "-"),
+            QCOMPARE(QString(ui().checkBox_wol->isHidden() ? "H" : "-") + (ui().checkBox_wol->isChecked() ? "C" : "-")
+                         + (ui().checkBox_wol->isEnabled() ? "E" : "-"),
                      state);
-            QCOMPARE(DialogAccess::ui(*dlg).line_wol->isHidden(), state.startsWith('H'));
+            QCOMPARE(ui().line_wol->isHidden(), state.startsWith('H'));
             QVERIFY(!DialogAccess::somethingChanged(*dlg));
             if (deselect)
                 perform({"desel 10.1.0.2"});
-            DialogAccess::ui(*dlg).pushButton_ok->click();
+            ui().pushButton_ok->click();
         });
         QCOMPARE(iom->log.filter("set cascade wol_slaves"), writes);
         QCOMPARE(iom->errors().size(), wolResult);
