@@ -9,7 +9,7 @@
 
 #include "cascadedsettingsdlg.h"
 
-class CascadedSettingsDlgTest
+class DialogAccess
 {
 public:
     using Dlg = CascadedSettingsDlg;
@@ -38,6 +38,3 @@ public:
     static void refillAvailableTable(Dlg &d) { d.update_tableWidget_available(); }
     static void refillSelectedTable(Dlg &d) { d.update_tableWidget_selected(); }
 };
-
-// The name the tests use.
-using DialogAccess = CascadedSettingsDlgTest;
