@@ -28,6 +28,7 @@
 #include "IOManager.h"
 #include "benchkit.h"
 #include "cascadedsettingsdlg.h"
+#include "../tests/support/dialogaccess.h"
 
 namespace {
 
@@ -110,15 +111,8 @@ public:
     explicit InstantIOManager(int connected) : m_connected(connected) {}
     ~InstantIOManager() override {}
 
-    bool is_connected() const override { return true; }
     int set_timeout(int, int, int) override { return 0; }
     int send_command(char *answer, const char *, ...) override
-    {
-        std::snprintf(answer, AnswerSize, "%s", ControllerProtocol::OkReply);
-        ++m_requests;
-        return 0;
-    }
-    int send_line(char *answer, const char *) override
     {
         std::snprintf(answer, AnswerSize, "%s", ControllerProtocol::OkReply);
         ++m_requests;
@@ -152,27 +146,12 @@ public:
         }
         return -4;
     }
-    int get_parameter_double(double *, const char *, ...) override
-    {
-        ++m_requests;
-        return -4;
-    }
-    QString controller_address() const override { return QStringLiteral("127.0.0.2"); }
-    int open_connection(const char *, unsigned short) override { return 0; }
-    void close_connection() override {}
     int set_parameter(const char *, ...) override
     {
         ++m_requests;
         return 0;
     }
-    int set_parameter_int(int, const char *, ...) override
-    {
-        ++m_requests;
-        return 0;
-    }
     int request_count() const override { return m_requests; }
-    void set_request_logging(bool) override {}
-    QString last_error() const override { return QString(); }
     void send_message(const char *, const char *, int, const char *text) override
     {
         std::fprintf(stderr, "message from the dialog: %s\n", text);
@@ -247,15 +226,6 @@ std::vector<Row> expectedRows(int connectedCount)
 } // namespace
 
 // The dialog lets this class reach its private parts.
-class CascadedSettingsDlgTest
-{
-public:
-    static void readConnectedSlaves(CascadedSettingsDlg *d) { d->update_listPrimarySelectedSlaves(); }
-    static void rebuildAvailable(CascadedSettingsDlg *d) { d->update_listAvailableSlaves(); }
-    static void refillAvailableTable(CascadedSettingsDlg *d) { d->update_tableWidget_available(); }
-    static QTableWidget *availableTable(CascadedSettingsDlg *d) { return d->ui.tableWidget_available; }
-};
-
 namespace {
 
 // The floor: everything prepared, nothing but the table fill itself.
@@ -308,24 +278,24 @@ bool compare(int connectedCount, const std::string &note)
                              QStringLiteral("VESTRAL"));
     CascadedSettingsDlg dialog(&iom, nullptr, &versions);
     CascadedSettingsDlg floorDialog(&iom, nullptr, &versions);
-    CascadedSettingsDlgTest::readConnectedSlaves(&dialog);
-    CascadedSettingsDlgTest::readConnectedSlaves(&floorDialog);
+    DialogAccess::readConnectedSlaves(dialog);
+    DialogAccess::readConnectedSlaves(floorDialog);
     dialog.show();
     floorDialog.show();
     QApplication::processEvents();
 
-    QTableWidget *floorTable = CascadedSettingsDlgTest::availableTable(&floorDialog);
+    QTableWidget *floorTable = DialogAccess::ui(floorDialog).tableWidget_available;
     floorTable->verticalHeader()->setDefaultSectionSize(RowHeight);
     const std::vector<Row> rows = expectedRows(connectedCount);
     const QBrush grey(Qt::gray);
 
     // One pass each, then the result is checked before anything is timed.
     const int before = iom.request_count();
-    CascadedSettingsDlgTest::rebuildAvailable(&dialog);
+    DialogAccess::rebuildAvailable(dialog);
     const int perRebuild = iom.request_count() - before;
     cheapestFill(floorTable, rows, grey);
     QApplication::processEvents();
-    if (!sameRows(CascadedSettingsDlgTest::availableTable(&dialog), floorTable)) {
+    if (!sameRows(DialogAccess::ui(dialog).tableWidget_available, floorTable)) {
         std::printf("bench_available_list: the dialog and the floor show different rows; nothing measured\n");
         ++benchkit::failures();
         return false;
@@ -342,7 +312,7 @@ bool compare(int connectedCount, const std::string &note)
         {"dialog: update_listAvailableSlaves",
          [&](int n) {
              for (int i = 0; i < n; ++i) {
-                 CascadedSettingsDlgTest::rebuildAvailable(&dialog);
+                 DialogAccess::rebuildAvailable(dialog);
                  QApplication::processEvents();
              }
              return true;
@@ -360,7 +330,7 @@ bool compare(int connectedCount, const std::string &note)
         {"  part: the dialog's table fill alone",
          [&](int n) {
              for (int i = 0; i < n; ++i) {
-                 CascadedSettingsDlgTest::refillAvailableTable(&dialog);
+                 DialogAccess::refillAvailableTable(dialog);
                  QApplication::processEvents();
              }
              return true;

@@ -30,6 +30,7 @@
 #include "BackendVersions.h"
 #include "benchkit.h"
 #include "cascadedsettingsdlg.h"
+#include "../tests/support/dialogaccess.h"
 #include "hostiomanager.h"
 #include "simprocess.h"
 
@@ -166,13 +167,6 @@ void quietOffscreen(QtMsgType type, const QMessageLogContext &, const QString &m
 } // namespace
 
 // The dialog lets this class reach its private parts.
-class CascadedSettingsDlgTest
-{
-public:
-    static QTimer *listTimer(CascadedSettingsDlg *d) { return &d->timerUpdateAvailableSlaves; }
-    static QTableWidget *availableTable(CascadedSettingsDlg *d) { return d->ui.tableWidget_available; }
-};
-
 int main(int argc, char **argv)
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
@@ -226,14 +220,14 @@ int main(int argc, char **argv)
     // Connected after the dialog's own slot, so this runs right after each
     // refresh of the available list; the refresh stops the timer once it
     // has read a finished scan.
-    QTimer *listTimer = CascadedSettingsDlgTest::listTimer(&dialog);
+    QTimer *listTimer = &DialogAccess::listTimer(dialog);
     watch.listTimer = listTimer;
     QObject::connect(listTimer, &QTimer::timeout, &dialog, [&] {
         ++current.listTicks;
         if (listTimer->isActive())
             return;
         current.listFilled = watch.sinceStart();
-        current.rows = CascadedSettingsDlgTest::availableTable(&dialog)->rowCount();
+        current.rows = DialogAccess::ui(dialog).tableWidget_available->rowCount();
         static_cast<QDialog &>(dialog).reject(); // Cancel: stops the dialog's timers, changes nothing
     });
     QTimer watchdog;

@@ -31,7 +31,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
 set(CPACK_DEBIAN_MODULE_PACKAGE_NAME cascaded-system-module)
 set(CPACK_COMPONENT_MODULE_DESCRIPTION
-    "The Qt 5 plugin and its translations: adds the Cascaded System settings dialog to the host's Hardware menu.")
+    "The Qt plugin and its translations: adds the Cascaded System settings dialog to the host's Hardware menu.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME cascaded-system-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS cascaded-system-module)
@@ -39,7 +39,11 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION
     "cascade-host, a minimal host that loads the modules and talks to a controller, and cascade-sim, which simulates a LAN of controllers on loopback addresses.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME cascaded-system-dev)
-set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "qtbase5-dev")
+if(CASCADE_QT_MAJOR STREQUAL "6")
+    set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "qt6-base-dev")
+else()
+    set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "qtbase5-dev")
+endif()
 set(CPACK_COMPONENT_DEV_DESCRIPTION
     "The host headers and the socket library for building modules: find_package(CascadedSystem) gives CascadedSystem::HostInterfaces and CascadedSystem::vx_udptcp.")
 

@@ -293,8 +293,9 @@ bool DemoWalkthrough::clickAvailableController(QWidget *dlg, const QString &entr
         m_chosenIp = cell(table, row, ColIp);
         table->scrollToItem(table->item(row, ColName));
         const QPoint at = table->visualItemRect(table->item(row, ColName)).center();
-        QMouseEvent press(QEvent::MouseButtonPress, at, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-        QMouseEvent release(QEvent::MouseButtonRelease, at, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+        const QPoint global = table->viewport()->mapToGlobal(at);
+        QMouseEvent press(QEvent::MouseButtonPress, at, global, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QMouseEvent release(QEvent::MouseButtonRelease, at, global, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
         QApplication::sendEvent(table->viewport(), &press);
         QApplication::sendEvent(table->viewport(), &release);
         return true;

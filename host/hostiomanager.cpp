@@ -41,7 +41,7 @@ bool format(std::string *out, const char *fmt, va_list args)
 // time-outs are waited out in slices of at most one second.
 unsigned slice(qint64 us)
 {
-    return unsigned(qBound<qint64>(0, us, 1000000));
+    return unsigned(qBound(qint64(0), us, qint64(1000000)));
 }
 
 // Longest connect time-out a caller may ask for with set_timeout.

@@ -4,7 +4,6 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QFile>
-#include <QLibraryInfo>
 #include <QLocale>
 #include <QRegularExpression>
 #include <QTimer>
@@ -16,6 +15,7 @@
 #include "hostiomanager.h"
 #include "hostpaths.h"
 #include "mainwindow.h"
+#include "qtcompat.h"
 
 namespace {
 
@@ -76,7 +76,7 @@ int main(int argc, char *argv[])
     const QLocale locale = language.isEmpty() ? QLocale::system() : QLocale(language);
     if (!language.isEmpty())
         QLocale::setDefault(locale);
-    installTranslation(locale, QStringLiteral("qtbase"), QLibraryInfo::location(QLibraryInfo::TranslationsPath));
+    installTranslation(locale, QStringLiteral("qtbase"), qtcompat::qtTranslationsPath());
     installTranslation(locale, QStringLiteral("cascadehost"), HostPaths::translations());
 
     QCommandLineParser parser;

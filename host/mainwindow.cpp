@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QIcon>
 #include <QJsonObject>
@@ -27,6 +28,26 @@ namespace {
 const int FileMenuOrder = 0;
 const int ViewMenuOrder = 800;
 const int HelpMenuOrder = 1000;
+
+// The Qt major version a plugin file is linked against (the Qt core library
+// it names, "libQt6Core.so.6"), or 0 when that cannot be told. Qt's own
+// error for a plugin of the other Qt is vague in one direction (a Qt 5
+// loader cannot even find a Qt 6 plugin's metadata), so the host says it.
+int pluginQtMajor(const QString &path)
+{
+    QFile file(path);
+    const qint64 MaxPluginSize = 256 * 1024 * 1024;
+    if (file.size() > MaxPluginSize || !file.open(QIODevice::ReadOnly))
+        return 0;
+    const uchar *bytes = file.map(0, file.size());
+    if (!bytes)
+        return 0;
+    const QByteArray content = QByteArray::fromRawData(reinterpret_cast<const char *>(bytes), int(file.size()));
+    for (int major = 5; major <= 9; ++major)
+        if (content.contains(QStringLiteral("libQt%1Core.so.%1").arg(major).toLatin1()))
+            return major;
+    return 0;
+}
 } // namespace
 
 MainWindow::MainWindow(HostIOManager *iom, BackendVersions *versions, bool observer, QWidget *parent)
@@ -117,7 +138,15 @@ int MainWindow::loadModules(const QString &folder)
         const QString className = meta.value(QStringLiteral("className")).toString();
         QObject *object = loader->instance();
         if (!object) {
-            log(tr("Cannot load %1: %2 (set QT_DEBUG_PLUGINS=1 for details)").arg(file, loader->errorString()));
+            const int major = pluginQtMajor(path);
+            if (major != 0 && major != QT_VERSION_MAJOR)
+                log(tr("Cannot load %1: it is built against Qt %2, but this host runs on Qt %3; "
+                       "a module must be built against the same Qt major version as the host")
+                        .arg(file)
+                        .arg(major)
+                        .arg(QString::fromLatin1(qVersion())));
+            else
+                log(tr("Cannot load %1: %2 (set QT_DEBUG_PLUGINS=1 for details)").arg(file, loader->errorString()));
             delete loader;
             continue;
         }

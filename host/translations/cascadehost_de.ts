@@ -216,6 +216,10 @@ Geladene Module:
         <translation>Zweck des Hosts und die geladenen Module anzeigen</translation>
     </message>
     <message>
+        <source>Cannot load %1: it is built against Qt %2, but this host runs on Qt %3; a module must be built against the same Qt major version as the host</source>
+        <translation>%1 kann nicht geladen werden: Das Modul ist gegen Qt %2 gebaut, dieser Host läuft aber mit Qt %3; ein Modul muss gegen dieselbe Qt-Hauptversion gebaut sein wie der Host</translation>
+    </message>
+    <message>
         <source>Skipped %1: the same library as a module loaded already</source>
         <translation>%1 übersprungen: dieselbe Bibliothek wie ein bereits geladenes Modul</translation>
     </message>

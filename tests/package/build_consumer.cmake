@@ -1,4 +1,4 @@
-# cmake -DBUILD_DIR=... -DWORK_DIR=... -DSOURCE_DIR=... -DCXX=... -DQt5_DIR=... -DFLAGS=... -P build_consumer.cmake
+# cmake -DBUILD_DIR=... -DWORK_DIR=... -DSOURCE_DIR=... -DCXX=... -DQT_DIR=... -DQT_MAJOR=5|6 -DFLAGS=... -P build_consumer.cmake
 # Installs the development component of BUILD_DIR into WORK_DIR/prefix and
 # builds the module in SOURCE_DIR against it, as a host developer would.
 file(REMOVE_RECURSE ${WORK_DIR})
@@ -15,7 +15,7 @@ foreach(f include/cascade/ModuleInterface include/cascade/vx_udptcp.h)
     endif()
 endforeach()
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_BUILD_TYPE=Release
-    -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix -DQt5_DIR=${Qt5_DIR} ${FLAGS})
+    -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix -DQt${QT_MAJOR}_DIR=${QT_DIR} ${FLAGS})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 file(GLOB built ${WORK_DIR}/build/*.so)
 if(NOT built)

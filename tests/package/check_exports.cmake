@@ -1,4 +1,4 @@
-# cmake -DNM=<nm> -DPLUGIN=<plugin file> -P check_exports.cmake
+# cmake -DNM=<nm> -DPLUGIN=<plugin file> -DQT_MAJOR=<5|6> -P check_exports.cmake
 # Fails unless the plugin's dynamic symbol table defines exactly the two entry
 # points of Qt's plugin loader.
 execute_process(COMMAND ${NM} -D --defined-only ${PLUGIN}
@@ -15,7 +15,11 @@ foreach(line IN LISTS lines)
     list(APPEND names "${name}")
 endforeach()
 list(SORT names)
-set(expected qt_plugin_instance qt_plugin_query_metadata)
+if(QT_MAJOR STREQUAL "6")
+    set(expected qt_plugin_instance qt_plugin_query_metadata_v2)
+else()
+    set(expected qt_plugin_instance qt_plugin_query_metadata)
+endif()
 if(NOT names STREQUAL expected)
     string(REPLACE ";" "\n  " shown "${names}")
     message(FATAL_ERROR "The plugin exports more or other symbols than the plugin loader's entry points:\n  ${shown}")

@@ -1,18 +1,21 @@
 // 1000 probes of controllers named by hand leave no descriptor open: most
-// are answered, some are refused, some time out. UDP responders serve
-// 127.0.8.1 (a controller that can become a slave) and 127.0.8.3 (one that
-// refuses every request); nothing listens on 127.0.8.2.
+// are answered, some are refused, some time out. The probes run in four
+// rows of 250 (side by side, see GuiTest::exec), each against addresses of
+// its own: UDP responders serve 127.0.8.<10k+1> (a controller that can
+// become a slave) and 127.0.8.<10k+3> (one that refuses every request);
+// nothing listens on 127.0.8.<10k+2>.
+#include <QApplication>
 #include <QDir>
 #include <QtTest>
 
-#include "cascadedsettingsdlg.h"
+#include "guitest.h"
+#include "handprobe.h"
 #include "udpresponder.h"
 
 namespace {
 
-const char Eligible[] = "127.0.8.1";
-const char Silent[] = "127.0.8.2";
-const char Refusing[] = "127.0.8.3";
+const int Probes = 1000;
+const int Rows = 4;
 
 int openFds()
 {
@@ -21,40 +24,50 @@ int openFds()
 
 QByteArray z(const char *text) { return QByteArray(text, int(qstrlen(text)) + 1); }
 
+QByteArray address(int row, int host) { return "127.0.8." + QByteArray::number(10 * row + host); }
+
 } // namespace
 
-class CascadedSettingsDlgTest : public QObject
+class ProbeDescriptorsTest : public QObject
 {
     Q_OBJECT
 
 private slots:
+    void probesLeaveNoDescriptorOpen_data()
+    {
+        QTest::addColumn<int>("row");
+        for (int row = 0; row < Rows; ++row)
+            QTest::newRow(qPrintable(QStringLiteral("probes %1-%2").arg(row * Probes / Rows).arg((row + 1) * Probes / Rows - 1)))
+                << row;
+    }
     void probesLeaveNoDescriptorOpen()
     {
+        QFETCH(int, row);
+        const QByteArray eligibleAddr = address(row, 1), silentAddr = address(row, 2), refusingAddr = address(row, 3);
         UdpResponder eligible, refusing;
         eligible.replies = {{"korvane get system version", z("korvane set system version v2.7.1")},
                             {"korvane get system access", z("korvane set system access full")},
                             {"korvane get system can_slave", z("korvane set system can_slave yes")}};
         for (const char *request : {"korvane get system version", "korvane get system access", "korvane get system can_slave"})
             refusing.replies.insert(request, z("korvane error refused"));
-        QVERIFY2(eligible.start(Eligible) && refusing.start(Refusing), "cannot bind 127.0.8.1 and 127.0.8.3 at port 50105");
-        CascadedSettingsDlg dlg(nullptr, nullptr, nullptr);
-        QVERIFY(dlg.isAvailableAsSlave(QString::fromLatin1(Eligible))); // first use may open descriptors of its own
+        QVERIFY2(eligible.start(eligibleAddr) && refusing.start(refusingAddr), "cannot bind the responders' addresses");
+        QVERIFY(HandProbe::qualifiesAsSlave(QString::fromLatin1(eligibleAddr))); // first use may open descriptors of its own
 
         const int before = openFds();
         int timedOut = 0;
-        for (int i = 0; i < 1000; ++i) {
+        for (int i = row * Probes / Rows; i < (row + 1) * Probes / Rows; ++i) {
             // Every 64th probe goes unanswered (0.5 s each), every 8th is refused.
-            const char *target = i % 64 == 0 ? Silent : i % 8 == 1 ? Refusing : Eligible;
+            const QByteArray &target = i % 64 == 0 ? silentAddr : i % 8 == 1 ? refusingAddr : eligibleAddr;
             const QString name = QString::fromLatin1(target);
-            const bool ok = i % 2 ? dlg.isAvailableAsSlave(name) : dlg.isValidIpOrHostname(name);
-            QVERIFY2(ok == (target == Eligible), qPrintable(QStringLiteral("probe %1 of %2 gave %3").arg(i).arg(name).arg(ok)));
-            timedOut += target == Silent;
+            const bool ok = i % 2 ? HandProbe::qualifiesAsSlave(name) : HandProbe::answersAsController(name);
+            QVERIFY2(ok == (target == eligibleAddr), qPrintable(QStringLiteral("probe %1 of %2 gave %3").arg(i).arg(name).arg(ok)));
+            timedOut += target == silentAddr;
         }
         const int after = openFds();
         QVERIFY2(after == before, qPrintable(QStringLiteral("open descriptors: %1 before, %2 after").arg(before).arg(after)));
-        QCOMPARE(timedOut, 16);
+        QCOMPARE(timedOut, 16 / Rows);
     }
 };
 
-QTEST_MAIN(CascadedSettingsDlgTest)
+GUITEST_MAIN(ProbeDescriptorsTest)
 #include "tst_probedescriptors.moc"

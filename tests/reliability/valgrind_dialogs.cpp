@@ -18,32 +18,15 @@
 
 namespace {
 
+// The healthy controller: one connected slave, three scanned controllers
+// (the last one not available).
 void scriptController(ScriptedIOManager &iom)
 {
-    for (const char *r : {"config is_changeable", "cascade available", "cascade scan_slaves_lan"})
-        iom.answer(QLatin1String(r), "yes");
-    iom.answer(QStringLiteral("cascade wol_slaves"), "no");
-    for (const char *w : {"cascade scan_slaves_lan yes", "cascade scan_slaves_lan no",
-                          "cascade wol_slaves yes", "cascade wol_slaves no"})
-        iom.answer(QLatin1String(w), QByteArray());
-    iom.answer(QStringLiteral("korvane cascade scan_slaves"), "korvane ok");
-    iom.answerInt(QStringLiteral("cascade number_of_connected_slaves"), 1);
-    iom.answer(QStringLiteral("cascade connected_slave d01"), "127.0.0.3");
-    iom.answer(QStringLiteral("system hostname_slave 127.0.0.3"), "slave-a");
-    iom.answer(QStringLiteral("cascade connected_slave_available 127.0.0.3"), "yes");
-    iom.answerInt(QStringLiteral("cascade number_of_scanned_slaves"), 3);
-    const char *scanned[][2] = {{"127.0.0.5", "lab-east"}, {"127.0.0.6", "lab-west"}, {"127.0.0.7", "bench"}};
-    for (int i = 0; i < 3; ++i) {
-        const QString ip = QLatin1String(scanned[i][0]);
-        iom.answer(QString::asprintf("cascade scanned_slave d%02d", i + 1), ip.toLatin1());
-        iom.answer(QStringLiteral("cascade scanned_slave_controller ") + ip,
-                   QByteArray(scanned[i][1]) + " VESTRAL v2.7.1");
-        iom.answer(QStringLiteral("cascade scanned_slave_available ") + ip, i == 2 ? "no" : "yes");
-    }
-    for (const char *ip : {"127.0.0.3", "127.0.0.5", "127.0.0.6"}) {
-        iom.answer(QStringLiteral("korvane cascade add_slave ") + QLatin1String(ip), "korvane ok");
-        iom.answer(QStringLiteral("korvane cascade sub_slave ") + QLatin1String(ip), "korvane ok");
-    }
+    iom.scriptCascade({{QStringLiteral("slave-a"), QStringLiteral("127.0.0.3")}},
+                      {{QStringLiteral("lab-east"), QStringLiteral("127.0.0.5")},
+                       {QStringLiteral("lab-west"), QStringLiteral("127.0.0.6")},
+                       {QStringLiteral("bench"), QStringLiteral("127.0.0.7"), "no"}},
+                      "yes", "no");
 }
 
 } // namespace

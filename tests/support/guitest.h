@@ -39,7 +39,25 @@ int openAndRun(Dlg *dlg, const std::function<bool()> &ready, const std::function
     return dlg->update_and_exec();
 }
 
+// Runs a QtTest object. With arguments this is QTest::qExec. Without, the
+// test's rows (every data row of every function) are shared out among a few
+// child processes that run side by side, and their reports are printed in
+// order: a dialog test spends most of its time waiting out the dialogs' own
+// timers, so this takes a fraction of the time. Fails if any child fails.
+int exec(QObject *test, int argc, char **argv);
+
 } // namespace GuiTest
+
+// QTEST_MAIN for a test that uses GuiTest::exec.
+#define GUITEST_MAIN(TestObject)                                                                              \
+    int main(int argc, char **argv)                                                                           \
+    {                                                                                                         \
+        QApplication app(argc, argv);                                                                         \
+        app.setAttribute(Qt::AA_Use96Dpi, true);                                                              \
+        TestObject tc;                                                                                        \
+        QTEST_SET_MAIN_SOURCE_PATH                                                                            \
+        return GuiTest::exec(&tc, argc, argv);                                                                \
+    }
 
 #define VERIFY_CLEAN()                                                                                        \
     do {                                                                                                      \

@@ -19,6 +19,8 @@ struct Step
 };
 
 QQueue<Step> g_steps;
+QList<Step> g_standing;
+QPointer<QWidget> g_lastStanding; // the widget a standing action last ran on
 QStringList g_failures;
 QPointer<QTimer> g_timer;
 QElapsedTimer g_clock;
@@ -41,11 +43,21 @@ void rejectAllModals()
 
 void tick()
 {
+    QWidget *w = QApplication::activeModalWidget();
+    if (w && w != g_lastStanding) {
+        for (const Step &standing : qAsConst(g_standing)) {
+            if (standing.match(w)) {
+                g_lastStanding = w;
+                standing.act(w);
+                return;
+            }
+        }
+    }
     if (g_steps.isEmpty()) {
-        g_timer->stop();
+        if (g_standing.isEmpty())
+            g_timer->stop();
         return;
     }
-    QWidget *w = QApplication::activeModalWidget();
     if (w && g_steps.head().match(w)) {
         const Step step = g_steps.dequeue();
         g_clock.restart();
@@ -68,17 +80,33 @@ Match named(const QString &name)
     };
 }
 
-void when(const Match &match, const Action &act, int timeoutMs)
+static void startTimer()
 {
-    if (g_steps.isEmpty())
-        g_clock.restart();
-    g_steps.enqueue(Step{match, act, timeoutMs});
     if (!g_timer) {
         g_timer = new QTimer(qApp);
         g_timer->setInterval(5);
         QObject::connect(g_timer, &QTimer::timeout, tick);
     }
     g_timer->start();
+}
+
+void when(const Match &match, const Action &act, int timeoutMs)
+{
+    if (g_steps.isEmpty())
+        g_clock.restart();
+    g_steps.enqueue(Step{match, act, timeoutMs});
+    startTimer();
+}
+
+void whenever(const Match &match, const Action &act)
+{
+    g_standing << Step{match, act, 0};
+    startTimer();
+}
+
+void endWhenever()
+{
+    g_standing.clear();
 }
 
 void when(const QString &name, const Action &act, int timeoutMs)
@@ -94,6 +122,7 @@ void reset()
 {
     g_failures.clear();
     g_steps.clear();
+    g_standing.clear();
     if (g_timer)
         g_timer->stop();
 }

@@ -21,6 +21,12 @@ Match named(const QString &objectOrClassName);
 void when(const Match &match, const Action &act, int timeoutMs = 5000);
 void when(const QString &name, const Action &act, int timeoutMs = 5000);
 
+// A standing action: runs once on every modal widget that matches, however
+// many appear (none is fine), until endWhenever() or reset(). For boxes a
+// step may or may not show, such as a warning.
+void whenever(const Match &match, const Action &act);
+void endWhenever();
+
 QStringList failures();
 bool ok(); // no failures and nothing left waiting
 int pending();

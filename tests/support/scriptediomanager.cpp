@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ControllerProtocol.h"
+
 // Formats the variadic request into `request`.
 #define FORMAT_REQUEST(format)                                                                                \
     char buf[1024];                                                                                           \
@@ -18,7 +20,7 @@ void writeText(char *answer, const ScriptedIOManager::Reply &r)
 {
     if (!answer || r.writeNothing)
         return;
-    const int n = qMin(r.text.size(), 199);
+    const int n = qMin(r.text.size(), ControllerProtocol::MaxAnswerLength);
     std::memcpy(answer, r.text.constData(), size_t(n));
     answer[n] = '\0';
 }
@@ -124,11 +126,6 @@ int ScriptedIOManager::send_command(char *answer, const char *format, ...)
     return r.result;
 }
 
-int ScriptedIOManager::send_line(char *answer, const char *line)
-{
-    return send_command(answer, "%s", line);
-}
-
 int ScriptedIOManager::get_parameter(char *answer, const char *format, ...)
 {
     FORMAT_REQUEST(format);
@@ -146,25 +143,10 @@ int ScriptedIOManager::get_parameter_int(int *value, const char *format, ...)
     return r.result;
 }
 
-int ScriptedIOManager::get_parameter_double(double *value, const char *format, ...)
-{
-    FORMAT_REQUEST(format);
-    const Reply r = take(QStringLiteral("getdouble"), request);
-    if (value && !r.writeNothing)
-        *value = r.value;
-    return r.result;
-}
-
 int ScriptedIOManager::set_parameter(const char *format, ...)
 {
     FORMAT_REQUEST(format);
     return take(QStringLiteral("set"), request).result;
-}
-
-int ScriptedIOManager::set_parameter_int(int value, const char *format, ...)
-{
-    FORMAT_REQUEST(format);
-    return take(QStringLiteral("set"), request + QStringLiteral(" %1").arg(value)).result;
 }
 
 void ScriptedIOManager::send_message(const char *receiver, const char *sender, int type, const char *text)

@@ -16,7 +16,7 @@ public:
     struct Reply
     {
         int result = 0;
-        QByteArray text;           // written with its NUL, cut at 199 bytes like a host would
+        QByteArray text;           // written with its NUL, cut at MaxAnswerLength bytes like a host would
         int value = 0;             // for the integer reads
         bool writeNothing = false; // leave the caller's buffer untouched
     };
@@ -26,7 +26,7 @@ public:
         QByteArray available = "yes";
     };
 
-    // Log lines: "get|getint|getdouble|set|cmd <request>", "timeout a,b,c",
+    // Log lines: "get|getint|set|cmd <request>", "timeout a,b,c",
     // "msg receiver|sender|type|text".
     QStringList log;
     Reply fallback{1, QByteArray(), 0, true}; // what an unscripted request gets
@@ -49,21 +49,13 @@ public:
     int count(const QString &line) const { return log.count(line); }
     void clearLog() { log.clear(); }
 
-    bool is_connected() const override { return true; }
+    // The six operations a module calls; the host-only ones keep
+    // IOManager's failing defaults.
     int set_timeout(int a, int b, int c) override;
     int send_command(char *answer, const char *format, ...) override;
-    int send_line(char *answer, const char *line) override;
     int get_parameter(char *answer, const char *format, ...) override;
     int get_parameter_int(int *value, const char *format, ...) override;
-    int get_parameter_double(double *value, const char *format, ...) override;
-    QString controller_address() const override { return QStringLiteral("scripted"); }
-    int open_connection(const char *, unsigned short) override { return 0; }
-    void close_connection() override {}
     int set_parameter(const char *format, ...) override;
-    int set_parameter_int(int value, const char *format, ...) override;
-    int request_count() const override { return requests().size(); }
-    void set_request_logging(bool) override {}
-    QString last_error() const override { return QString(); }
     void send_message(const char *receiver, const char *sender, int type, const char *text) override;
 
 private:

@@ -13,7 +13,9 @@
 #include <thread>
 #include <unistd.h>
 
-// A controller's probe port (UDP 50105) on a loopback address of the test's
+#include "ControllerProtocol.h"
+
+// A controller's probe port (UDP ControllerProtocol::Port) on a loopback address of the test's
 // own, answered from a thread (the probe blocks the GUI thread). Requests are
 // keyed without their zero byte; a null reply means silence. With replyFrom,
 // replies leave from that address instead, as from another host.
@@ -25,7 +27,7 @@ public:
 
     bool start(const QByteArray &addr, const QByteArray &replyFrom = QByteArray())
     {
-        m_fd = bound(addr, 50105);
+        m_fd = bound(addr, ControllerProtocol::Port);
         m_replyFd = replyFrom.isEmpty() ? m_fd : bound(replyFrom, 0);
         if (m_fd < 0 || m_replyFd < 0)
             return false;

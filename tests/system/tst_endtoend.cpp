@@ -156,8 +156,8 @@ private slots:
     }
 
     // The host application loads the modules (reporting one that is not a
-    // plugin, and loading one reachable under two names once); its
-    // walkthrough selects a scanned controller, adds two the scan did not
+    // plugin, one built against the other Qt major version, and loading one
+    // reachable under two names once); its walkthrough selects a scanned controller, adds two the scan did not
     // list by hand (one by hostname where names can be made to resolve),
     // selects them too, and OK connects all three. The message log is kept
     // in a file and on standard error as well.
@@ -175,6 +175,10 @@ private slots:
         QVERIFY(etcHosts.open(QIODevice::ReadOnly) && hosts.open(QIODevice::WriteOnly));
         hosts.write(etcHosts.readAll() + "\n127.0.5.48 " + LongName + "\n");
         hosts.close();
+        const int otherQt = QT_VERSION_MAJOR == 5 ? 6 : 5;
+        QFile foreign(modules.filePath(QStringLiteral("libotherqt.so")));
+        QVERIFY(foreign.open(QIODevice::WriteOnly) &&
+                foreign.write(QStringLiteral("needs libQt%1Core.so.%1").arg(otherQt).toLatin1()) > 0 && foreign.flush());
 
         const QStringList ns = withHostsFile(hosts.fileName());
         const QString secondAdd = ns.isEmpty() ? QStringLiteral("127.0.5.48") : QString::fromLatin1(LongName);
@@ -211,6 +215,11 @@ private slots:
         for (const char *expected : {"Cannot load libbroken.so", "New Hardware", "CascadedSettingsChanged"})
             QVERIFY2(text.contains(expected), text.constData());
         QVERIFY2(text.count("Loaded module") == 1, text.constData());
+        QVERIFY2(text.contains(QStringLiteral("Cannot load libotherqt.so: it is built against Qt %1, but this host runs on Qt %2")
+                                   .arg(otherQt)
+                                   .arg(QString::fromLatin1(qVersion()))
+                                   .toLatin1()),
+                 text.constData());
         QVERIFY2(!text.contains("Error:"), text.constData());
         // The kept log holds every line of the window's log, as does standard error.
         QFile kept(logPath);

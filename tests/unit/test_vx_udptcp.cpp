@@ -93,6 +93,20 @@ TEST(Udp, PollReturnsAtOnceAndBoundedWaitsRunOut)
     EXPECT_EQ(vx_udp_exit(s), VX_OK);
 }
 
+// A time-out of a second or more is split into whole seconds and the rest;
+// the wait must still last the whole time (shorter waits are covered above).
+TEST(Udp, WaitsOfASecondOrMoreRunTheirWholeTime)
+{
+    const unsigned int timeoutUs = 1100000u;
+    vx_ip_socket_type s = udp();
+    char buf[16];
+    const double t0 = nowMs();
+    EXPECT_EQ(vx_udp_receive(s, buf, sizeof buf, timeoutUs, 0), VX_TIMEOUT);
+    EXPECT_GE(nowMs() - t0, timeoutUs / 1e3);
+    EXPECT_LT(nowMs() - t0, timeoutUs / 1e3 + 2000);
+    EXPECT_EQ(vx_udp_exit(s), VX_OK);
+}
+
 TEST(Udp, FullBufferRule)
 {
     struct { int sent, maxlen; unsigned short option; int result; } cases[] = {

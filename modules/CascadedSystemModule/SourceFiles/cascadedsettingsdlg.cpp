@@ -5,8 +5,6 @@
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QMessageBox>
-#include <QRegExp>
-#include <QRegExpValidator>
 #include <QSet>
 #include <QTableWidgetItem>
 #include <QToolTip>
@@ -19,6 +17,8 @@
 #include "IOManager.h"
 #include "cascadecommands.h"
 #include "endlessprogressdlg.h"
+#include "handprobe.h"
+#include "qtcompat.h"
 #include "vx_udptcp.h"
 
 using namespace CascadeCommands;
@@ -30,46 +30,12 @@ const char ErrorReceiver[] = "standard";
 const char ErrorSender[] = "VESTRAL";
 const int ErrorType = 1;
 
-// The probe of a controller named by hand: one request, one reply.
-const unsigned int ProbeSendTimeoutUs = 100000;
-const unsigned int ProbeReceiveTimeoutUs = 500000;
-const unsigned short ProbeSocketOptions = VX_OPT_BROADCAST | VX_OPT_ANYPORT;
-
 const int RowHeightAvailable = 20;
 const int RowHeightSelected = 28;
 const int NameColumnWidth = 140;
 const int ColName = 0;
 const int ColIp = 1;
 const int ColAvailable = 2;
-
-// Sends request (with its zero byte) to port ProbePort of ip and receives one
-// reply into reply (ProbeBufferSize bytes, cleared first). Returns the
-// receive result, or VX_ERROR when the send failed.
-int probeExchange(vx_ip_socket_type sock, unsigned int ip, const char *request, char *reply)
-{
-    std::memset(reply, 0, ProbeBufferSize);
-    const int len = int(std::strlen(request)) + 1;
-    if (vx_udp_send(sock, request, len, ip, ProbePort, ProbeSendTimeoutUs) != VX_OK)
-        return VX_ERROR;
-    return vx_udp_receive_from(sock, reply, ProbeBufferSize, nullptr, nullptr, ProbeReceiveTimeoutUs, 0);
-}
-
-// Resolves name and runs dialogue over a probe socket of its own, which is
-// closed whatever the dialogue's outcome. False when the name does not
-// resolve or no socket can be opened, else the dialogue's verdict.
-template <class Dialogue>
-bool probeController(const QString &name, Dialogue dialogue)
-{
-    const unsigned int ip = vx_ip_name2ip(name.toLatin1().constData());
-    if (ip == 0)
-        return false;
-    vx_ip_socket_type sock = nullptr;
-    if (vx_udp_init(&sock, 0, ProbeSocketOptions) != VX_OK)
-        return false;
-    const bool verdict = dialogue(sock, ip);
-    vx_udp_exit(sock);
-    return verdict;
-}
 
 // A grey or red row differs from the others by its colour alone; a screen
 // reader reads the cell text filled into this pattern for each of its
@@ -254,8 +220,8 @@ CascadedSettingsDlg::CascadedSettingsDlg(IOManager *iom, QWidget *parent, Backen
     list_primarySelectedSlaves.clear();
 
     // Only ASCII letters, digits, '-' and '.' can be typed into the add field.
-    ui.lineEdit_addSlave->setValidator(new QRegExpValidator(
-        QRegExp(QStringLiteral("([A-Z]|[a-z]|-|[.]|[0-9])*"), Qt::CaseSensitive, QRegExp::RegExp), this));
+    ui.lineEdit_addSlave->setValidator(
+        qtcompat::newRegExpValidator(QStringLiteral("([A-Z]|[a-z]|-|[.]|[0-9])*"), this));
 }
 
 CascadedSettingsDlg::~CascadedSettingsDlg()
@@ -698,7 +664,7 @@ bool CascadedSettingsDlg::isIpAddress(QString sIp)
     if (text.count(QLatin1Char('.')) != 3)
         return false;
     text.remove(QLatin1Char('.'));
-    text.remove(QRegExp(QStringLiteral("[0-9]"), Qt::CaseSensitive, QRegExp::RegExp));
+    qtcompat::removeRegExp(text, QStringLiteral("[0-9]"));
     return text.isEmpty();
 }
 
@@ -713,29 +679,12 @@ bool CascadedSettingsDlg::isValidIpOrHostname(QString sIp)
 {
     if (isIpAddress(sIp) && !isLastPartOfIpAllowed(sIp))
         return false;
-    return probeController(sIp, [](vx_ip_socket_type sock, unsigned int ip) {
-        char s[ProbeBufferSize];
-        int n = probeExchange(sock, ip, ProbeGetVersion, s);
-        if (!probeReplyHasPrefix(s, n, ProbeSetVersion))
-            return false;
-        n = probeExchange(sock, ip, ProbeGetAccess, s);
-        return probeReplyHasPrefix(s, n, ProbeSetAccess);
-    });
+    return HandProbe::answersAsController(sIp);
 }
 
 bool CascadedSettingsDlg::isAvailableAsSlave(QString sIp)
 {
-    return probeController(sIp, [](vx_ip_socket_type sock, unsigned int ip) {
-        char s[ProbeBufferSize];
-        int n = probeExchange(sock, ip, ProbeGetAccess, s);
-        if (!probeReplyIsExactly(s, n, ProbeAccessFull))
-            return false;
-        n = probeExchange(sock, ip, ProbeGetVersion, s);
-        if (!probeVersionQualifies(s, n))
-            return false;
-        n = probeExchange(sock, ip, ProbeGetCanSlave, s);
-        return probeReplyIsExactly(s, n, ProbeCanSlaveYes);
-    });
+    return HandProbe::qualifiesAsSlave(sIp);
 }
 
 bool CascadedSettingsDlg::isIpInListAvailableSlaves(QString sIp)

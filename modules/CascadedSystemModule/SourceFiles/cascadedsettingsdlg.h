@@ -75,7 +75,7 @@ private slots:
     void reject() override;
 
 private:
-    friend class CascadedSettingsDlgTest; // white-box access for the unit tests
+    friend class DialogAccess; // white-box access for the tests and benchmarks (tests/support)
 
     // Opening sequence and state
     bool is_config_locked();

@@ -9,6 +9,7 @@
 
 #include "BackendVersions.h"
 #include "cascadedsettingsdlg.h"
+#include "dialogaccess.h"
 #include "endlessprogressdlg.h"
 #include "guitest.h"
 #include "scriptediomanager.h"
@@ -23,12 +24,13 @@ const QString ScanNo = QStringLiteral("set cascade scan_slaves_lan no");
 const int Fails = -1000; // a poll answer that fails instead
 
 QStringList writes(const QStringList &log) { return log.filter(QRegularExpression(QStringLiteral("^set "))); }
+Ui::CascadedSettingsDlgClass &ui(CascadedSettingsDlg &dlg) { return DialogAccess::ui(dlg); }
 QImage image(const QIcon &icon) { return icon.pixmap(48, 48).toImage().convertToFormat(QImage::Format_ARGB32); }
 } // namespace
 
 Q_DECLARE_METATYPE(QList<int>)
 
-class CascadedSettingsDlgTest : public QObject
+class DialogsTest : public QObject
 {
     Q_OBJECT
 
@@ -44,7 +46,7 @@ class CascadedSettingsDlgTest : public QObject
     }
     bool refreshed(CascadedSettingsDlg &dlg)
     {
-        return QTest::qWaitFor([&] { return !dlg.timerUpdateAvailableSlaves.isActive(); }, 3000);
+        return QTest::qWaitFor([&] { return !DialogAccess::listTimer(dlg).isActive(); }, 3000);
     }
     void verifyUnavailable(CascadedSettingsDlg &dlg)
     {
@@ -53,9 +55,9 @@ class CascadedSettingsDlgTest : public QObject
         QCOMPARE(guarded.size(), 13);
         for (QWidget *w : guarded)
             QVERIFY2(!w->isEnabled(), qPrintable(w->objectName()));
-        QVERIFY(dlg.ui.pushButton_cancel->isEnabled());
-        QVERIFY(dlg.ui.label_error->isVisible());
-        QVERIFY(dlg.ui.label_error->text().contains(QLatin1String("Cascaded System is not available!")));
+        QVERIFY(ui(dlg).pushButton_cancel->isEnabled());
+        QVERIFY(ui(dlg).label_error->isVisible());
+        QVERIFY(ui(dlg).label_error->text().contains(QLatin1String("Cascaded System is not available!")));
     }
 
 private slots:
@@ -100,17 +102,17 @@ private slots:
                                                     "get cascade scan_slaves_lan", Scan, Poll,
                                                     "getint cascade number_of_connected_slaves",
                                                     "get cascade wol_slaves", Poll}));
-                     QCOMPARE(dlg.ui.checkBox_scanLan->isChecked(), on);
-                     QCOMPARE(dlg.ui.checkBox_wol->isChecked(), on);
-                     QVERIFY(!dlg.bSomethingChanged);
-                     QVERIFY(dlg.timerConntectedSlavesAvailable.isActive());
-                     QTest::keyClick(dlg.ui.tableWidget_available, Qt::Key_Return); // no default button
+                     QCOMPARE(ui(dlg).checkBox_scanLan->isChecked(), on);
+                     QCOMPARE(ui(dlg).checkBox_wol->isChecked(), on);
+                     QVERIFY(!DialogAccess::somethingChanged(dlg));
+                     QVERIFY(DialogAccess::availabilityTimer(dlg).isActive());
+                     QTest::keyClick(ui(dlg).tableWidget_available, Qt::Key_Return); // no default button
                      QVERIFY(dlg.isVisible());
-                     dlg.ui.pushButton_cancel->click();
+                     ui(dlg).pushButton_cancel->click();
                  }),
                  0);
         QVERIFY(hiddenDuringScan);
-        QVERIFY(!dlg.timerConntectedSlavesAvailable.isActive());
+        QVERIFY(!DialogAccess::availabilityTimer(dlg).isActive());
         QCOMPARE(writes(iom.log), QStringList());
         QCOMPARE(iom.errors(), QStringList());
     }
@@ -153,7 +155,7 @@ private slots:
         QCOMPARE(iom.log.filter(QRegularExpression(QStringLiteral("^(get|cmd|set)"))), expected);
         QCOMPARE(iom.errors(), tooOld ? QStringList{QStringLiteral("Error: Version of the Controller (pv v1.6) is too old ")}
                                       : QStringList());
-        QCOMPARE(dlg.m_is_config_locked, asksLock);
+        QCOMPARE(DialogAccess::configLocked(dlg), asksLock);
     }
 
     void availability_data()
@@ -195,11 +197,11 @@ private slots:
         openAndRun(&dlg, nullptr, [&] {
             QVERIFY(refreshed(dlg));
             QVERIFY(image(dlg.windowIcon()) == image(locked ? QIcon(QStringLiteral(":/lock.png")) : hostIcon));
-            for (QWidget *w : {(QWidget *)dlg.ui.pushButton_ok, (QWidget *)dlg.ui.checkBox_scanLan,
-                               (QWidget *)dlg.ui.checkBox_wol, (QWidget *)dlg.ui.pushButton_select})
-                QVERIFY2(w->isEnabled() == (!locked && w != dlg.ui.pushButton_select), qPrintable(w->objectName()));
-            for (QWidget *w : {(QWidget *)dlg.ui.tableWidget_available, (QWidget *)dlg.ui.pushButton_update,
-                               (QWidget *)dlg.ui.pushButton_addSlave})
+            for (QWidget *w : {(QWidget *)ui(dlg).pushButton_ok, (QWidget *)ui(dlg).checkBox_scanLan,
+                               (QWidget *)ui(dlg).checkBox_wol, (QWidget *)ui(dlg).pushButton_select})
+                QVERIFY2(w->isEnabled() == (!locked && w != ui(dlg).pushButton_select), qPrintable(w->objectName()));
+            for (QWidget *w : {(QWidget *)ui(dlg).tableWidget_available, (QWidget *)ui(dlg).pushButton_update,
+                               (QWidget *)ui(dlg).pushButton_addSlave})
                 QVERIFY2(w->isEnabled(), qPrintable(w->objectName()));
         });
         QCOMPARE(iom.errors(), QStringList()); // an unreadable lock is not reported
@@ -212,16 +214,16 @@ private slots:
         iom.scriptCascade({{"ctrl5", "10.0.0.5"}}, {});
         iom.answer(QStringLiteral("config is_changeable"), "no");
         CascadedSettingsDlg dlg(&iom, &host, &versions);
-        openAndRun(&dlg, nullptr, [&] { QVERIFY(!dlg.ui.pushButton_ok->isEnabled()); });
+        openAndRun(&dlg, nullptr, [&] { QVERIFY(!ui(dlg).pushButton_ok->isEnabled()); });
         iom.answer(QStringLiteral("config is_changeable"), "yes");
         openAndRun(&dlg, nullptr, [&] {
-            QVERIFY(dlg.ui.pushButton_ok->isEnabled());
+            QVERIFY(ui(dlg).pushButton_ok->isEnabled());
             QVERIFY(image(dlg.windowIcon()) == image(hostIcon));
         });
         iom.answer(QStringLiteral("cascade available"), "no");
         openAndRun(&dlg, nullptr, [&] {
             verifyUnavailable(dlg);
-            QCOMPARE(GuiTest::rows(dlg.ui.tableWidget_selected), QStringList{"ctrl5|10.0.0.5|yes"});
+            QCOMPARE(GuiTest::rows(ui(dlg).tableWidget_selected), QStringList{"ctrl5|10.0.0.5|yes"});
         });
         QCOMPARE(iom.count(Scan), 2);
         QCOMPARE(iom.count(QStringLiteral("get config is_changeable")), 3);
@@ -265,21 +267,21 @@ private slots:
         const int result = openAndRun(&dlg, nullptr, [&] {
             QVERIFY(refreshed(dlg));
             for (int i = 0; i < toggles; ++i)
-                dlg.ui.checkBox_scanLan->click(); // a rescan each time its switch succeeds
+                ui(dlg).checkBox_scanLan->click(); // a rescan each time its switch succeeds
             if (closeBy == QLatin1String("cancel"))
-                dlg.ui.pushButton_cancel->click();
+                ui(dlg).pushButton_cancel->click();
             else if (closeBy == QLatin1String("escape"))
                 QTest::keyClick(&dlg, Qt::Key_Escape);
             else if (closeBy == QLatin1String("close"))
                 dlg.close();
             else
-                dlg.ui.pushButton_ok->click();
+                ui(dlg).pushButton_ok->click();
         });
         QCOMPARE(result, closeBy == QLatin1String("ok") ? 1 : 0);
         QCOMPARE(writes(iom.log), expected);
         QCOMPARE(iom.count(Scan), 1 + (failing == ScanYes && atOpening == "no" ? 0 : toggles));
         QCOMPARE(iom.errors(), error.isEmpty() ? QStringList() : QStringList{error});
-        QVERIFY(!dlg.timerUpdateAvailableSlaves.isActive() && !dlg.timerConntectedSlavesAvailable.isActive());
+        QVERIFY(!DialogAccess::listTimer(dlg).isActive() && !DialogAccess::availabilityTimer(dlg).isActive());
     }
 
     // Update runs the progress dialog on top of the open dialog, then the
@@ -291,9 +293,9 @@ private slots:
         openAndRun(&dlg, nullptr, [&] {
             QVERIFY(refreshed(dlg));
             iom.clearLog();
-            dlg.ui.pushButton_update->click(); // the progress dialog closes itself
-            QVERIFY(dlg.timerUpdateAvailableSlaves.isActive());
-            QCOMPARE(dlg.timerUpdateAvailableSlaves.interval(), 100);
+            ui(dlg).pushButton_update->click(); // the progress dialog closes itself
+            QVERIFY(DialogAccess::listTimer(dlg).isActive());
+            QCOMPARE(DialogAccess::listTimer(dlg).interval(), 100);
             QVERIFY(refreshed(dlg));
             QCOMPARE(iom.requests(), (QStringList{Scan, Poll, Poll}));
         });
@@ -363,5 +365,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(CascadedSettingsDlgTest)
+GUITEST_MAIN(DialogsTest)
 #include "tst_dialogs.moc"

@@ -1,5 +1,5 @@
 // Adding a slave by hand: the address checks and the UDP probe of the named
-// controller against responders on 127.0.7.x:50105.
+// controller against responders on 127.0.7.x at the controller port.
 #include <QMessageBox>
 #include <QtTest>
 #include <arpa/inet.h>
@@ -11,7 +11,9 @@
 #include <unistd.h>
 
 #include "BackendVersions.h"
+#include "ControllerProtocol.h"
 #include "cascadedsettingsdlg.h"
+#include "dialogaccess.h"
 #include "guitest.h"
 #include "scriptediomanager.h"
 #include "udpresponder.h"
@@ -71,7 +73,7 @@ const QString NotAvailable = "IP address is not available as a Cascaded System s
 
 } // namespace
 
-class CascadedSettingsDlgTest : public QObject
+class AddSlaveTest : public QObject
 {
     Q_OBJECT
 
@@ -80,26 +82,23 @@ class CascadedSettingsDlgTest : public QObject
     BackendVersions be{VersionInfo(2, 1, 0), VersionInfo(2, 0, 0), VersionInfo(2, 1, 0), "VESTRAL"};
     std::unique_ptr<CascadedSettingsDlg> dlg;
 
+    Ui::CascadedSettingsDlgClass &ui() { return DialogAccess::ui(*dlg); }
+
     // Types text, presses the add button and returns the texts of the warning
     // boxes shown meanwhile (each closed with OK).
     QStringList add(const QString &text)
     {
         QStringList boxes;
-        QTimer catcher;
-        QPointer<QMessageBox> last;
-        connect(&catcher, &QTimer::timeout, [&] {
-            auto *b = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            if (!b || b == last)
-                return;
-            last = b;
+        ModalDriver::whenever([](QWidget *w) { return qobject_cast<QMessageBox *>(w) != nullptr; }, [&boxes](QWidget *w) {
+            auto *b = static_cast<QMessageBox *>(w);
             boxes << b->text();
             QVERIFY(b->windowTitle() == "VESTRAL" && b->icon() == QMessageBox::Warning
                     && b->standardButtons() == QMessageBox::Ok);
             b->button(QMessageBox::Ok)->click();
         });
-        catcher.start(5);
-        dlg->ui.lineEdit_addSlave->setText(text);
-        dlg->ui.pushButton_addSlave->click();
+        ui().lineEdit_addSlave->setText(text);
+        ui().pushButton_addSlave->click();
+        ModalDriver::endWhenever();
         return boxes;
     }
 
@@ -137,8 +136,30 @@ private slots:
         QFETCH(QString, text);
         QFETCH(bool, dotted);
         QFETCH(bool, lastAllowed);
-        QCOMPARE(dlg->isIpAddress(text), dotted);
-        QCOMPARE(dlg->isLastPartOfIpAllowed(text), lastAllowed);
+        QCOMPARE(DialogAccess::isIpAddress(*dlg, text), dotted);
+        QCOMPARE(DialogAccess::isLastPartOfIpAllowed(*dlg, text), lastAllowed);
+    }
+
+    // Only ASCII letters, digits, '-' and '.' can be typed into the add field.
+    // Qt 5 and Qt 6 builds use different validator classes for it; both must
+    // take the same texts.
+    void addFieldTakesOnlyNameCharacters()
+    {
+        QLineEdit *edit = ui().lineEdit_addSlave;
+        const QValidator *validator = edit->validator();
+        QVERIFY(validator && validator->parent() == dlg.get());
+        for (const char *text : {"", "lab-annex.local", "192.168.1.20", "AZaz09-."}) {
+            QString s = QString::fromUtf8(text);
+            int pos = 0;
+            QCOMPARE(validator->validate(s, pos), QValidator::Acceptable);
+        }
+        for (const char *text : {"a b", "host_1", "m\xc3\xbcller", "x/y", "1,2", "a\n", "[a]"}) {
+            QString s = QString::fromUtf8(text);
+            int pos = 0;
+            QCOMPARE(validator->validate(s, pos), QValidator::Invalid);
+        }
+        QTest::keyClicks(edit, QStringLiteral("lab_annex 1.2!/"));
+        QCOMPARE(edit->text(), QStringLiteral("labannex1.2"));
     }
 
     // Refused before any socket is opened or any datagram sent.
@@ -151,7 +172,7 @@ private slots:
             QCOMPARE(openSockets(), sockets);
         }
         QCOMPARE(iom->log, QStringList());
-        QVERIFY(!dlg->bSomethingChanged);
+        QVERIFY(!DialogAccess::somethingChanged(*dlg));
     }
 
     // Validation (version, access), the list check, then eligibility
@@ -212,7 +233,7 @@ private slots:
                      {GetCanSlave.left(GetCanSlave.size() - 1), can}};
         QVERIFY2(r.start(addr, from), "cannot bind the responder");
         if (listed)
-            dlg->list_availableSlaves << new SlaveInfo("listed", addr, "yes");
+            DialogAccess::availableSlaves(*dlg) << new SlaveInfo("listed", addr, "yes");
         iom->scriptCascade({}, {{"manual", addr}});
         iom->answer("korvane cascade add_scanned_slave " + typed, "korvane ok", addResult);
         const int sockets = openSockets(), sent = sentSince(0).size();
@@ -223,20 +244,20 @@ private slots:
         QCOMPARE(r.seen(), (QList<QByteArray>{GetVersion, GetAccess, GetAccess, GetVersion, GetCanSlave}.mid(0, seen)));
         int probes = 0;
         for (const auto &s : sentSince(sent))
-            probes += s.second == 50105 && s.first == ntohl(inet_addr(addr.constData()));
+            probes += s.second == ControllerProtocol::Port && s.first == ntohl(inet_addr(addr.constData()));
         QCOMPARE(probes, seen);
         QCOMPARE(dlg->cursor().shape(), Qt::ArrowCursor);
-        QCOMPARE(dlg->bSomethingChanged, box.isEmpty());
+        QCOMPARE(DialogAccess::somethingChanged(*dlg), box.isEmpty());
         if (!box.isEmpty()) {
             QCOMPARE(iom->log, QStringList());
             return;
         }
         QCOMPARE(iom->log.first(), "cmd korvane cascade add_scanned_slave " + typed);
         QCOMPARE(iom->errors(), addResult ? QStringList{"Error: Unable to add Cascaded System slave " + typed} : QStringList());
-        QCOMPARE(dlg->timerUpdateAvailableSlaves.interval(), 100);
-        QTRY_COMPARE_WITH_TIMEOUT(GuiTest::rows(dlg->ui.tableWidget_available), QStringList({"manual|" + addr + "|yes"}), 2000);
+        QCOMPARE(DialogAccess::listTimer(*dlg).interval(), 100);
+        QTRY_COMPARE_WITH_TIMEOUT(GuiTest::rows(ui().tableWidget_available), QStringList({"manual|" + addr + "|yes"}), 2000);
     }
 };
 
-QTEST_MAIN(CascadedSettingsDlgTest)
+GUITEST_MAIN(AddSlaveTest)
 #include "tst_addslave.moc"

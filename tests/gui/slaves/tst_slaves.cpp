@@ -6,6 +6,7 @@
 
 #include "BackendVersions.h"
 #include "cascadedsettingsdlg.h"
+#include "dialogaccess.h"
 #include "guitest.h"
 #include "scriptediomanager.h"
 
@@ -27,7 +28,7 @@ QStringList column(const QTableWidget *t, int c)
 const Slave A{"ctrlA", "10.1.0.1"}, B{"ctrlB", "10.1.0.2"}, C{"ctrlC", "10.1.0.3"}, D{"ctrlD", "10.1.0.4"};
 } // namespace
 
-class CascadedSettingsDlgTest : public QObject
+class SlavesTest : public QObject
 {
     Q_OBJECT
 
@@ -36,6 +37,8 @@ class CascadedSettingsDlgTest : public QObject
     BackendVersions be;
     std::unique_ptr<CascadedSettingsDlg> dlg;
 
+    Ui::CascadedSettingsDlgClass &ui() { return DialogAccess::ui(*dlg); }
+
     void makeDialog(const QString &model = "VESTRAL")
     {
         be = BackendVersions(VersionInfo(2, 1, 0), VersionInfo(2, 0, 0), VersionInfo(2, 1, 0), model);
@@ -43,14 +46,14 @@ class CascadedSettingsDlgTest : public QObject
     }
     void fillLists()
     {
-        dlg->update_listPrimarySelectedSlaves();
-        dlg->update_listAvailableSlaves();
+        DialogAccess::readConnectedSlaves(*dlg);
+        DialogAccess::rebuildAvailable(*dlg);
     }
-    QTableWidget *selected() { return dlg->ui.tableWidget_selected; }
-    QTableWidget *available() { return dlg->ui.tableWidget_available; }
+    QTableWidget *selected() { return ui().tableWidget_selected; }
+    QTableWidget *available() { return ui().tableWidget_available; }
     QString buttons()
     {
-        return QString(dlg->ui.pushButton_select->isEnabled() ? "S" : "-") + (dlg->ui.pushButton_deselect->isEnabled() ? "D" : "-");
+        return QString(ui().pushButton_select->isEnabled() ? "S" : "-") + (ui().pushButton_deselect->isEnabled() ? "D" : "-");
     }
     // The user's steps: "sel <ip>", "desel <ip>", "wol <state>", "rescan <ip>"
     // (the controller's scan result now holds that one only).
@@ -59,16 +62,16 @@ class CascadedSettingsDlgTest : public QObject
         for (const QString &step : steps) {
             const QString what = step.section(' ', 0, 0), arg = step.section(' ', 1);
             if (what == "wol") {
-                dlg->ui.checkBox_wol->setCheckState(Qt::CheckState(arg.toInt()));
+                ui().checkBox_wol->setCheckState(Qt::CheckState(arg.toInt()));
             } else if (what == "rescan") {
                 iom->answerInt("cascade number_of_scanned_slaves", 1);
                 iom->answer("cascade scanned_slave d01", arg.toLatin1());
-                dlg->update_listAvailableSlaves();
+                DialogAccess::rebuildAvailable(*dlg);
             } else {
                 QTableWidget *t = what == "sel" ? available() : selected();
                 clickRow(t, rowOfIp(t, arg));
                 QVERIFY2(buttons().contains(what == "sel" ? "S" : "D"), qPrintable(step));
-                (what == "sel" ? dlg->ui.pushButton_select : dlg->ui.pushButton_deselect)->click();
+                (what == "sel" ? ui().pushButton_select : ui().pushButton_deselect)->click();
             }
         }
     }
@@ -145,9 +148,9 @@ private slots:
         iom->scriptCascade(connected, {});
         iom->apply(overrides);
         makeDialog();
-        dlg->list_primarySelectedSlaves << new SlaveInfo("stale", "10.9.9.9", "yes");
-        dlg->update_tableWidget_selected();
-        dlg->update_listPrimarySelectedSlaves();
+        DialogAccess::connectedSlaves(*dlg) << new SlaveInfo("stale", "10.9.9.9", "yes");
+        DialogAccess::refillSelectedTable(*dlg);
+        DialogAccess::readConnectedSlaves(*dlg);
         QStringList asked;
         for (int i = 1; i <= count && !overrides.join(' ').contains("number_of"); ++i)
             asked << QString::asprintf("get cascade connected_slave d%02d", i);
@@ -155,7 +158,7 @@ private slots:
         QCOMPARE(rows(selected()), expectRows);
         QCOMPARE(colours(selected()), expectColours);
         QCOMPARE(iom->errors(), errors);
-        QCOMPARE(dlg->list_primarySelectedSlaves.size(), expectRows.size());
+        QCOMPARE(DialogAccess::connectedSlaves(*dlg).size(), expectRows.size());
     }
 
     // Connected ctrl1..ctrl3; the user selects ctrl4, deselects ctrl2 and
@@ -170,11 +173,11 @@ private slots:
         QCOMPARE(column(selected(), 1), QStringList({"10.3.0.1", "10.3.0.3", "10.3.0.4", "10.3.0.2"}));
         iom->clearLog();
         iom->answer("cascade connected_slave_available 10.3.0.3", "no");
-        dlg->updateConnectedSlaveAvailability();
+        DialogAccess::pollConnectedAvailability(*dlg);
         QCOMPARE(iom->requests(), QStringList({"get cascade connected_slave_available 10.3.0.1",
                                                "get cascade connected_slave_available 10.3.0.3"}));
         iom->answer("cascade connected_slave_available 10.3.0.3", "yes");
-        dlg->updateConnectedSlaveAvailability();
+        DialogAccess::pollConnectedAvailability(*dlg);
         QCOMPARE(colours(selected()), QStringList({"default", "red", "default", "default"}));
         QCOMPARE(column(selected(), 2), QStringList({"yes", "no", "yes", "yes"}));
     }
@@ -184,18 +187,18 @@ private slots:
     {
         iom->scriptCascade({}, {{"old", "10.4.0.9"}});
         makeDialog();
-        dlg->update_listAvailableSlaves();
+        DialogAccess::rebuildAvailable(*dlg);
         iom->scriptCascade({}, {{"b", "10.4.0.2"}, {"a", "10.4.0.1"}});
         iom->queueInt("cascade number_of_scanned_slaves", -1);
-        dlg->timerUpdateAvailableSlaves.start(100);
+        DialogAccess::listTimer(*dlg).start(100);
         iom->clearLog();
-        dlg->update_listAvailableSlaves();
+        DialogAccess::rebuildAvailable(*dlg);
         QCOMPARE(iom->requests(), QStringList({"getint cascade number_of_scanned_slaves"}));
         QCOMPARE(rows(available()), QStringList({"old|10.4.0.9|yes"}));
-        QVERIFY(dlg->timerUpdateAvailableSlaves.isActive());
-        dlg->update_listAvailableSlaves();
+        QVERIFY(DialogAccess::listTimer(*dlg).isActive());
+        DialogAccess::rebuildAvailable(*dlg);
         QCOMPARE(rows(available()), QStringList({"a|10.4.0.1|yes", "b|10.4.0.2|yes"}));
-        QVERIFY(!dlg->timerUpdateAvailableSlaves.isActive());
+        QVERIFY(!DialogAccess::listTimer(*dlg).isActive());
     }
 
     // Entries "ip;description;availability"; "-" makes that request fail.
@@ -235,17 +238,17 @@ private slots:
             }
         }
         makeDialog();
-        dlg->list_primarySelectedSlaves << new SlaveInfo("sel", "10.5.0.1", "yes");
-        dlg->list_availableSlaves << new SlaveInfo("stale", "10.9.9.9", "yes");
-        dlg->update_tableWidget_selected();
-        dlg->update_tableWidget_available();
-        dlg->timerUpdateAvailableSlaves.start(100);
-        dlg->update_listAvailableSlaves();
+        DialogAccess::connectedSlaves(*dlg) << new SlaveInfo("sel", "10.5.0.1", "yes");
+        DialogAccess::availableSlaves(*dlg) << new SlaveInfo("stale", "10.9.9.9", "yes");
+        DialogAccess::refillSelectedTable(*dlg);
+        DialogAccess::refillAvailableTable(*dlg);
+        DialogAccess::listTimer(*dlg).start(100);
+        DialogAccess::rebuildAvailable(*dlg);
         QCOMPARE(iom->requests(), asked);
         QCOMPARE(rows(available()), expectRows);
         QCOMPARE(colours(available()), expectColours);
-        QCOMPARE(dlg->list_availableSlaves.size(), expectRows.size());
-        QVERIFY(!dlg->timerUpdateAvailableSlaves.isActive());
+        QCOMPARE(DialogAccess::availableSlaves(*dlg).size(), expectRows.size());
+        QVERIFY(!DialogAccess::listTimer(*dlg).isActive());
         QCOMPARE(iom->errors().size(), countResult);
     }
 
@@ -266,19 +269,19 @@ private slots:
         clickRow(selected(), 0); // a click in one table keeps the other's row
         QCOMPARE(buttons(), QString("SD"));
 
-        dlg->ui.pushButton_select->click();
+        ui().pushButton_select->click();
         QCOMPARE(column(selected(), 1), QStringList({"10.5.0.1", "10.5.0.2", "10.5.0.10"}));
         QCOMPARE(colours(available()), QStringList({"grey", "grey", "grey", "default"}));
         QCOMPARE(available()->currentRow(), -1);
         QCOMPARE(buttons(), QString("-D"));
-        QVERIFY(dlg->bSomethingChanged);
+        QVERIFY(DialogAccess::somethingChanged(*dlg));
 
-        dlg->bSomethingChanged = false;
-        dlg->ui.pushButton_deselect->click(); // ctrl1
+        DialogAccess::somethingChanged(*dlg) = false;
+        ui().pushButton_deselect->click(); // ctrl1
         QCOMPARE(column(selected(), 1), QStringList({"10.5.0.2", "10.5.0.10"}));
         QCOMPARE(rows(available()), QStringList({"ctrl1|10.5.0.1|yes", "ctrlA|10.5.0.10|yes", "ctrlB|10.5.0.11|no",
                                                  "ctrlC|10.5.0.12|yes"}));
-        QVERIFY(dlg->bSomethingChanged);
+        QVERIFY(DialogAccess::somethingChanged(*dlg));
         QCOMPARE(buttons(), QString("--"));
         clickRow(available(), 1); // shown as available, but in the selected table
         QCOMPARE(buttons(), QString("--"));
@@ -320,12 +323,12 @@ private slots:
         iom->answer("config is_changeable", "no");
         makeDialog();
         openAndRun(dlg.get(), [this] { return available()->rowCount() == 1; }, [this] {
-            QVERIFY(!dlg->ui.pushButton_ok->isEnabled());
+            QVERIFY(!ui().pushButton_ok->isEnabled());
             clickRow(available(), 0);
             QCOMPARE(buttons(), QString("--"));
             clickRow(selected(), 0);
             QCOMPARE(buttons(), QString("--"));
-            dlg->ui.pushButton_cancel->click();
+            ui().pushButton_cancel->click();
         });
     }
 
@@ -387,12 +390,12 @@ private slots:
         const int result = openAndRun(dlg.get(), [this] { return available()->rowCount() == 3; }, [&] {
             perform(steps);
             iom->clearLog();
-            dlg->ui.pushButton_ok->click();
+            ui().pushButton_ok->click();
             afterOk = iom->log;
         });
         QCOMPARE(result, 1);
         QCOMPARE(afterOk, expected);
-        QVERIFY(!dlg->timerUpdateAvailableSlaves.isActive() && !dlg->timerConntectedSlavesAvailable.isActive());
+        QVERIFY(!DialogAccess::listTimer(*dlg).isActive() && !DialogAccess::availabilityTimer(*dlg).isActive());
         QCOMPARE(dlg->cursor().shape(), Qt::ArrowCursor);
     }
 
@@ -421,19 +424,19 @@ private slots:
         iom->answer("cascade wol_slaves", "no", wolResult);
         makeDialog(model);
         openAndRun(dlg.get(), [this] { return available()->rowCount() == 3; }, [&] {
-            QCOMPARE(QString(dlg->ui.checkBox_wol->isHidden() ? "H" : "-") + (dlg->ui.checkBox_wol->isChecked() ? "C" : "-")
-                         + (dlg->ui.checkBox_wol->isEnabled() ? "E" : "-"),
+            QCOMPARE(QString(ui().checkBox_wol->isHidden() ? "H" : "-") + (ui().checkBox_wol->isChecked() ? "C" : "-")
+                         + (ui().checkBox_wol->isEnabled() ? "E" : "-"),
                      state);
-            QCOMPARE(dlg->ui.line_wol->isHidden(), state.startsWith('H'));
-            QVERIFY(!dlg->bSomethingChanged);
+            QCOMPARE(ui().line_wol->isHidden(), state.startsWith('H'));
+            QVERIFY(!DialogAccess::somethingChanged(*dlg));
             if (deselect)
                 perform({"desel 10.1.0.2"});
-            dlg->ui.pushButton_ok->click();
+            ui().pushButton_ok->click();
         });
         QCOMPARE(iom->log.filter("set cascade wol_slaves"), writes);
         QCOMPARE(iom->errors().size(), wolResult);
     }
 };
 
-QTEST_MAIN(CascadedSettingsDlgTest)
+GUITEST_MAIN(SlavesTest)
 #include "tst_slaves.moc"
