@@ -28,7 +28,7 @@
 #include "IOManager.h"
 #include "benchkit.h"
 #include "cascadedsettingsdlg.h"
-#include "../tests/support/dialogaccess.h"
+#include "dialogaccess.h"
 
 namespace {
 
@@ -223,10 +223,6 @@ std::vector<Row> expectedRows(int connectedCount)
     return rows;
 }
 
-} // namespace
-
-// The dialog lets this class reach its private parts.
-namespace {
 
 // The floor: everything prepared, nothing but the table fill itself.
 void cheapestFill(QTableWidget *table, const std::vector<Row> &rows, const QBrush &grey)

@@ -30,7 +30,7 @@
 #include "BackendVersions.h"
 #include "benchkit.h"
 #include "cascadedsettingsdlg.h"
-#include "../tests/support/dialogaccess.h"
+#include "dialogaccess.h"
 #include "hostiomanager.h"
 #include "simprocess.h"
 
@@ -166,7 +166,6 @@ void quietOffscreen(QtMsgType type, const QMessageLogContext &, const QString &m
 
 } // namespace
 
-// The dialog lets this class reach its private parts.
 int main(int argc, char **argv)
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))

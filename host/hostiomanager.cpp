@@ -13,9 +13,9 @@ using namespace HostProtocol;
 
 namespace {
 
-// The socket library sends with plain send(); writing to a connection the
-// controller has closed would raise SIGPIPE and end the host. A broken
-// connection is reported as a result instead.
+// The socket library's TCP sends do not raise SIGPIPE, but a module may write
+// to sockets of its own: a connection a peer has closed must give an error
+// there too, never end the host.
 void ignoreSigpipe()
 {
     static const bool done = [] {

@@ -187,8 +187,7 @@ int main(int argc, char *argv[])
     else
         window.log(QCoreApplication::translate("main", "Connected to %1 (%2, protocol %3)")
                        .arg(address, versions.ctrlModel(), versions.protocol().toString()));
-    window.loadModules(parser.value(modulesOption));
-    window.updateStatus();
+    window.loadModules(parser.value(modulesOption)); // also shows the controller's state
     window.show();
 
     DemoWalkthrough *demo = nullptr;

@@ -131,8 +131,7 @@ int main(int argc, char *argv[])
     struct rlimit files = {};
     if (::getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur < needed) {
         files.rlim_cur = files.rlim_max == RLIM_INFINITY ? needed : qMin(needed, files.rlim_max);
-        ::setrlimit(RLIMIT_NOFILE, &files);
-        if (files.rlim_cur < needed) {
+        if (::setrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_cur < needed) {
             std::fprintf(stderr, "cascade-sim: %d controllers need %lu file descriptors; the limit is %lu\n",
                          int(scenario.controllers.size()), (unsigned long)needed, (unsigned long)files.rlim_cur);
             return 1;

@@ -27,7 +27,6 @@ void ScanEngine::start(bool full, const QStringList &targets, int minDurationMs)
     m_full = full;
     m_minElapsed = false;
     m_timedOut = false;
-    m_targets.clear();
     m_toProbe.clear();
     m_nextToProbe = 0;
     m_probes.clear();
@@ -57,7 +56,6 @@ void ScanEngine::addTarget(const QString &ip)
 {
     if (!m_running || m_probes.contains(ip))
         return;
-    m_targets << ip;
     m_probes[ip].ip = ip;
     m_toProbe << ip;
     if (m_toProbe.size() - m_nextToProbe == 1)
@@ -137,7 +135,7 @@ void ScanEngine::finish()
         m_result.clear();
         m_resultIndex.clear();
     }
-    for (const QString &ip : qAsConst(m_targets)) {
+    for (const QString &ip : qAsConst(m_toProbe)) {
         const Probed &p = m_probes[ip];
         if (!p.answered())
             continue;

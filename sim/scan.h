@@ -77,8 +77,7 @@ private:
     bool m_minElapsed = false;
     bool m_timedOut = false;   // the probe time-out passed while probes were still to go
     int m_generation = 0;      // bumped whenever a scan starts or ends: stale timers do nothing
-    QStringList m_targets;     // in the order they were given
-    QStringList m_toProbe;     // targets whose requests are not sent yet
-    int m_nextToProbe = 0;     // index into m_toProbe
+    QStringList m_toProbe;     // every target, in the order they were given
+    int m_nextToProbe = 0;     // index into m_toProbe of the first not yet probed
     QHash<QString, Probed> m_probes;
 };

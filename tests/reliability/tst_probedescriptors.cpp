@@ -22,7 +22,6 @@ int openFds()
     return int(QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size());
 }
 
-QByteArray z(const char *text) { return QByteArray(text, int(qstrlen(text)) + 1); }
 
 QByteArray address(int row, int host) { return "127.0.8." + QByteArray::number(10 * row + host); }
 
@@ -45,11 +44,11 @@ private slots:
         QFETCH(int, row);
         const QByteArray eligibleAddr = address(row, 1), silentAddr = address(row, 2), refusingAddr = address(row, 3);
         UdpResponder eligible, refusing;
-        eligible.replies = {{"korvane get system version", z("korvane set system version v2.7.1")},
-                            {"korvane get system access", z("korvane set system access full")},
-                            {"korvane get system can_slave", z("korvane set system can_slave yes")}};
+        eligible.replies = {{"korvane get system version", datagram("korvane set system version v2.7.1")},
+                            {"korvane get system access", datagram("korvane set system access full")},
+                            {"korvane get system can_slave", datagram("korvane set system can_slave yes")}};
         for (const char *request : {"korvane get system version", "korvane get system access", "korvane get system can_slave"})
-            refusing.replies.insert(request, z("korvane error refused"));
+            refusing.replies.insert(request, datagram("korvane error refused"));
         QVERIFY2(eligible.start(eligibleAddr) && refusing.start(refusingAddr), "cannot bind the responders' addresses");
         QVERIFY(HandProbe::qualifiesAsSlave(QString::fromLatin1(eligibleAddr))); // first use may open descriptors of its own
 

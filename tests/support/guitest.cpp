@@ -10,6 +10,18 @@
 
 namespace GuiTest {
 
+QChar mnemonic(const QString &text)
+{
+    for (int i = 0; i + 1 < text.size(); ++i) {
+        if (text.at(i) != QLatin1Char('&'))
+            continue;
+        if (text.at(i + 1) != QLatin1Char('&'))
+            return text.at(i + 1).toLower();
+        ++i; // "&&" is a literal '&'
+    }
+    return QChar();
+}
+
 namespace {
 QtMessageHandler g_previous = nullptr;
 QStringList g_trapped;

@@ -21,6 +21,9 @@ QStringList rows(const QTableWidget *t);    // "name|ip|available", the hidden c
 QStringList colours(const QTableWidget *t); // per row: "default", "grey", "red" or "mixed"
 int rowOfIp(const QTableWidget *t, const QString &ip);
 void clickRow(QTableWidget *t, int row);    // as a mouse click on the row
+// The lower-case letter after the single '&' of a label ("&&" is a literal
+// '&'), or a null char when it has none.
+QChar mnemonic(const QString &text);
 
 // Runs the dialog's opening; once it is the active modal widget and ready()
 // holds, runs act(). A dialog that act left open is ended with -1.

@@ -15,6 +15,12 @@
 
 #include "ControllerProtocol.h"
 
+// A request or reply text as a datagram carries it: with its zero byte.
+inline QByteArray datagram(const QByteArray &text)
+{
+    return text + '\0';
+}
+
 // A controller's probe port (UDP ControllerProtocol::Port) on a loopback address of the test's
 // own, answered from a thread (the probe blocks the GUI thread). Requests are
 // keyed without their zero byte; a null reply means silence. With replyFrom,

@@ -27,7 +27,7 @@ check() { # expected-status script args...
         [ "$rc" -eq 0 ] || fail "$script $*: exit $rc"
         grep -qi "usage" <<<"$out" || fail "$script $*: no usage in: $out"
     else
-        [ "$rc" -ne 0 ] || fail "$script $*: exit 0 for a bad argument"
+        [ "$rc" -eq "$want" ] || fail "$script $*: exit $rc for a bad argument, not $want"
         [ -n "$out" ] || fail "$script $*: no message"
     fi
     [ -e "$stubs/called" ] && fail "$script $*: ran $(tr '\n' ';' <"$stubs/called")"

@@ -27,6 +27,7 @@
 #include "ControllerProtocol.h"
 #include "hostiomanager.h"
 #include "simprocess.h"
+#include "udpresponder.h" // datagram()
 
 using ControllerProtocol::AnswerSize;
 using ControllerProtocol::Port;
@@ -47,11 +48,6 @@ const QByteArray Scenario = R"({ "controllers": [
     { "address": "127.0.71.2", "hostname": "lan" },
     { "address": "127.0.71.3", "hostname": "slave" }
 ] })";
-
-QByteArray datagram(const char *text)
-{
-    return QByteArray(text, int(std::strlen(text)) + 1);
-}
 
 in_addr_t ip(const char *dotted)
 {
@@ -115,6 +111,27 @@ int connectNonBlocking(const char *address)
     ::connect(fd, reinterpret_cast<sockaddr *>(&a), sizeof a);
     return fd;
 }
+
+// A controller that never answers a connect: a listener whose accept queue
+// is full, so that later connects get no answer at all. Closed on every path
+// out of a test, failed checks included.
+struct SilentController
+{
+    int listener = listeningSocket(Silent, 0);
+    int fillers[4];
+    SilentController()
+    {
+        for (int &f : fillers)
+            f = connectNonBlocking(Silent);
+    }
+    ~SilentController()
+    {
+        for (int f : fillers)
+            ::close(f);
+        if (listener >= 0)
+            ::close(listener);
+    }
+};
 
 // Reads one line (without "\n") within timeoutMs; empty on time-out or close.
 QByteArray readLine(int fd, int timeoutMs)
@@ -287,12 +304,8 @@ private slots:
     // once; further requests fail at once until the hold-off has passed.
     void silentControllerCostsOneBoundedConnect()
     {
-        const int listener = listeningSocket(Silent, 0);
-        QVERIFY(listener >= 0);
-        // Fill the accept queue: later connects get no answer at all.
-        int fillers[4];
-        for (int &f : fillers)
-            f = connectNonBlocking(Silent);
+        const SilentController silent;
+        QVERIFY(silent.listener >= 0);
         HostIOManager iom;
         QElapsedTimer clock;
         clock.start();
@@ -307,20 +320,14 @@ private slots:
         const qint64 requestMs = clock.elapsed();
         qInfo("connect gave up after %lld ms; the next request failed after %lld ms", connectMs, requestMs);
         QVERIFY2(requestMs < 500, "a request after a failed connect tried again at once");
-        for (int f : fillers)
-            ::close(f);
-        ::close(listener);
     }
 
     // The host application shows its window after one bounded connect, not
     // after the system's connect time-out of over two minutes.
     void hostWithASilentControllerShowsItsWindowSoon()
     {
-        const int listener = listeningSocket(Silent, 0);
-        QVERIFY(listener >= 0);
-        int fillers[4];
-        for (int &f : fillers)
-            f = connectNonBlocking(Silent);
+        const SilentController silent;
+        QVERIFY(silent.listener >= 0);
         QTemporaryDir out;
         QProcess host;
         host.setProcessChannelMode(QProcess::MergedChannels);
@@ -333,9 +340,6 @@ private slots:
         qInfo("the host's first screenshot after %lld ms", clock.elapsed());
         host.kill();
         host.waitForFinished(5000);
-        for (int f : fillers)
-            ::close(f);
-        ::close(listener);
     }
 
     // The long reply time-out a module sets before adding a slave holds for

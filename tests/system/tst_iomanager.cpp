@@ -44,11 +44,7 @@ class IOManagerTest : public QObject
 private slots:
     void initTestCase() { QVERIFY2(m_sim.start(scenario()), qPrintable(m_sim.error())); }
     void cleanupTestCase() { QCOMPARE(m_sim.stop(), 0); }
-    void init()
-    {
-        QCOMPARE(m_iom.open_connection(Master, HostIOManager::DefaultPort), int(HostIOManager::Ok));
-        m_iom.set_timeout(0, HostIOManager::DefaultReplyTimeoutMs, 0);
-    }
+    void init() { QCOMPARE(m_iom.open_connection(Master, HostIOManager::DefaultPort), int(HostIOManager::Ok)); }
 
     void readsWritesAndCommands()
     {

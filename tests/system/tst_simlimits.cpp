@@ -57,6 +57,16 @@ Run runSim(const QStringList &arguments)
     return r;
 }
 
+// Starts cascade-host offscreen with arguments, its output merged.
+void startHost(QProcess &host, const QStringList &arguments)
+{
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    host.setProcessEnvironment(env);
+    host.setProcessChannelMode(QProcess::MergedChannels);
+    host.start(QStringLiteral(CASCADE_HOST_PATH), arguments);
+}
+
 } // namespace
 
 class SimLimitsTest : public QObject
@@ -183,11 +193,7 @@ private slots:
     {
         QTemporaryDir out;
         QProcess host;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        host.setProcessEnvironment(env);
-        host.setProcessChannelMode(QProcess::MergedChannels);
-        host.start(QStringLiteral(CASCADE_HOST_PATH),
+        startHost(host,
                    {QStringLiteral("127.0.73.30"), QStringLiteral("--headless-demo"), out.path()});
         QVERIFY(host.waitForFinished(60000));
         QVERIFY(host.exitCode() != 0);
@@ -213,11 +219,7 @@ private slots:
                  qPrintable(lan.error()));
         QTemporaryDir out;
         QProcess host;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        host.setProcessEnvironment(env);
-        host.setProcessChannelMode(QProcess::MergedChannels);
-        host.start(QStringLiteral(CASCADE_HOST_PATH),
+        startHost(host,
                    {QStringLiteral("127.0.73.1"), QStringLiteral("--lang"), QStringLiteral("en"),
                     QStringLiteral("--demo-add"), QStringLiteral("127.0.73.3"), QStringLiteral("--headless-demo"),
                     out.path()});

@@ -7,7 +7,6 @@
 
 namespace {
 
-QByteArray z(const QByteArray &text) { return text + '\0'; }
 
 const QByteArray GetVersion = "korvane get system version", GetAccess = "korvane get system access",
                  GetCanSlave = "korvane get system can_slave";
@@ -15,9 +14,9 @@ const QByteArray GetVersion = "korvane get system version", GetAccess = "korvane
 // The replies of a controller that can become a slave.
 QHash<QByteArray, QByteArray> eligible()
 {
-    return {{GetVersion, z("korvane set system version v2.6.0")},
-            {GetAccess, z("korvane set system access full")},
-            {GetCanSlave, z("korvane set system can_slave yes")}};
+    return {{GetVersion, datagram("korvane set system version v2.6.0")},
+            {GetAccess, datagram("korvane set system access full")},
+            {GetCanSlave, datagram("korvane set system can_slave yes")}};
 }
 
 struct Case
@@ -53,19 +52,19 @@ TEST_P(HandProbeTest, AsksInOrderAndStopsAtTheFirstRefusal)
 
     QList<QByteArray> expected;
     for (const char *k = c.seen; *k; ++k)
-        expected << z(*k == 'V' ? GetVersion : *k == 'A' ? GetAccess : GetCanSlave);
+        expected << datagram(*k == 'V' ? GetVersion : *k == 'A' ? GetAccess : GetCanSlave);
     EXPECT_EQ(r.seen(), expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Replies, HandProbeTest,
-    testing::Values(Case{"eligible", "127.0.9.1", GetCanSlave, z("korvane set system can_slave yes"), true, true, "VAAVC"},
-                    Case{"version_too_old", "127.0.9.2", GetVersion, z("korvane set system version v2.5.9"), true, false, "VAAV"},
+    testing::Values(Case{"eligible", "127.0.9.1", GetCanSlave, datagram("korvane set system can_slave yes"), true, true, "VAAVC"},
+                    Case{"version_too_old", "127.0.9.2", GetVersion, datagram("korvane set system version v2.5.9"), true, false, "VAAV"},
                     Case{"version_unanswered", "127.0.9.3", GetVersion, QByteArray(), false, false, "VAV"},
                     Case{"reply_without_zero_byte", "127.0.9.4", GetVersion, "korvane set system version", false,
                          false, "VAV"},
-                    Case{"access_not_full", "127.0.9.5", GetAccess, z("korvane set system access read"), true, false, "VAA"},
-                    Case{"can_slave_no", "127.0.9.6", GetCanSlave, z("korvane set system can_slave no"), true, false, "VAAVC"}),
+                    Case{"access_not_full", "127.0.9.5", GetAccess, datagram("korvane set system access read"), true, false, "VAA"},
+                    Case{"can_slave_no", "127.0.9.6", GetCanSlave, datagram("korvane set system can_slave no"), true, false, "VAAVC"}),
     [](const testing::TestParamInfo<Case> &info) { return std::string(info.param.name); });
 
 } // namespace

@@ -76,12 +76,7 @@ QString toolTipAt(QTableWidget *table, int row, int column)
     return toolTipAt(table, table->visualRect(table->model()->index(row, column)).center());
 }
 
-// The lower-case letter after the '&' of a text, or a null char.
-QChar mnemonic(const QString &text)
-{
-    const int at = text.indexOf(QLatin1Char('&'));
-    return at >= 0 && at + 1 < text.size() ? text.at(at + 1).toLower() : QChar();
-}
+using GuiTest::mnemonic;
 
 QAccessibleInterface *cellOf(QTableWidget *table, int row, int column)
 {

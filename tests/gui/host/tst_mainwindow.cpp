@@ -15,22 +15,12 @@
 
 #include "BackendVersions.h"
 #include "hostiomanager.h"
+#include "guitest.h"
 #include "mainwindow.h"
 
 namespace {
 
-// The lower-case letter after the single '&' of a text, or a null char.
-QChar mnemonic(const QString &text)
-{
-    for (int i = 0; i + 1 < text.size(); ++i) {
-        if (text.at(i) != QLatin1Char('&'))
-            continue;
-        if (text.at(i + 1) != QLatin1Char('&'))
-            return text.at(i + 1).toLower();
-        ++i; // "&&" is a literal '&'
-    }
-    return QChar();
-}
+using GuiTest::mnemonic;
 
 // Texts in a group whose mnemonics clash or that have none, for the message.
 QStringList clashes(const QStringList &texts)

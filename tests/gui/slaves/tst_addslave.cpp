@@ -62,11 +62,10 @@ QList<QPair<quint32, quint16>> sentSince(int from)
     return g_sent.mid(from);
 }
 
-QByteArray z(const QByteArray &text) { return text + '\0'; }
 
-const QByteArray GetVersion = z("korvane get system version"), GetAccess = z("korvane get system access"),
-                 GetCanSlave = z("korvane get system can_slave");
-QByteArray version(const char *v) { return z(QByteArray("korvane set system version ") + v); }
+const QByteArray GetVersion = datagram("korvane get system version"), GetAccess = datagram("korvane get system access"),
+                 GetCanSlave = datagram("korvane get system can_slave");
+QByteArray version(const char *v) { return datagram(QByteArray("korvane set system version ") + v); }
 const QString NotValid = "IP address or hostname is not valid";
 const QString AlreadyListed = "IP address is already as a Cascaded System slave available";
 const QString NotAvailable = "IP address is not available as a Cascaded System slave";
@@ -189,8 +188,8 @@ private slots:
         QTest::addColumn<int>("addResult");
         QTest::addColumn<QString>("box"); // empty: added
         QTest::addColumn<int>("seen");
-        const QByteArray v26 = version("v2.6.0"), full = z("korvane set system access full"),
-                         yes = z("korvane set system can_slave yes"), none;
+        const QByteArray v26 = version("v2.6.0"), full = datagram("korvane set system access full"),
+                         yes = datagram("korvane set system can_slave yes"), none;
         auto row = [](const char *name, const char *typed, const char *addr, bool listed, const QByteArray &ver,
                       const QByteArray &acc, const QByteArray &can, const QByteArray &from, int addResult,
                       const QString &box, int seen) {
@@ -202,9 +201,9 @@ private slots:
         row("add command fails", "127.0.7.3", "127.0.7.3", false, v26, full, yes, none, 1, "", 5);
         row("2.5.9", "127.0.7.4", "127.0.7.4", false, version("v2.5.9"), full, yes, none, 0, NotAvailable, 4);
         row("version without patch", "127.0.7.5", "127.0.7.5", false, version("v2.6"), full, yes, none, 0, NotAvailable, 4);
-        row("access full and blank", "127.0.7.6", "127.0.7.6", false, v26, z("korvane set system access full "), yes,
+        row("access full and blank", "127.0.7.6", "127.0.7.6", false, v26, datagram("korvane set system access full "), yes,
             none, 0, NotAvailable, 3);
-        row("can_slave no", "127.0.7.7", "127.0.7.7", false, v26, full, z("korvane set system can_slave no"), none, 0,
+        row("can_slave no", "127.0.7.7", "127.0.7.7", false, v26, full, datagram("korvane set system can_slave no"), none, 0,
             NotAvailable, 5);
         row("no reply", "127.0.7.8", "127.0.7.8", false, QByteArray(), full, yes, none, 0, NotValid, 1);
         row("access silent", "127.0.7.9", "127.0.7.9", false, v26, QByteArray(), yes, none, 0, NotValid, 2);
