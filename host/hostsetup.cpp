@@ -37,8 +37,8 @@ bool installTranslation(const QLocale &locale, const QString &name, const QStrin
 
 bool HostSetup::offscreenWithoutDisplay()
 {
-    const bool noDisplay = qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
-                           qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    const bool noDisplay = qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")
+                           && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
     if (noDisplay)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     return noDisplay;
@@ -78,18 +78,23 @@ HostCommandLine::HostCommandLine(const QString &description)
     // --version only, so that -v stays free; the text is Qt's own (translated with qtbase).
     : m_version(QStringLiteral("version"),
                 QCoreApplication::translate("QCommandLineParser", "Displays version information.")),
-      m_port(QStringLiteral("port"), QCoreApplication::translate("main", "Controller TCP port (default %1).").arg(HostIOManager::DefaultPort),
+      m_port(QStringLiteral("port"),
+             QCoreApplication::translate("main", "Controller TCP port (default %1).").arg(HostIOManager::DefaultPort),
              QStringLiteral("port"), QString::number(HostIOManager::DefaultPort)),
-      m_modules({QStringLiteral("m"), QStringLiteral("modules")},
-                QCoreApplication::translate("main", "Folder of the modules to load (default: %1).").arg(HostPaths::modules()),
-                QStringLiteral("folder"), HostPaths::modules()),
+      m_modules(
+          {QStringLiteral("m"), QStringLiteral("modules")},
+          QCoreApplication::translate("main", "Folder of the modules to load (default: %1).").arg(HostPaths::modules()),
+          QStringLiteral("folder"), HostPaths::modules()),
       m_observer(QStringLiteral("observer"), QCoreApplication::translate("main", "Run in observer mode.")),
       m_requests(QStringLiteral("log-requests"), QCoreApplication::translate("main", "Log every controller request.")),
-      m_language(QStringLiteral("lang"), QCoreApplication::translate("main", "Language of the texts, e.g. de or en (default: the system's)."),
+      m_language(QStringLiteral("lang"),
+                 QCoreApplication::translate("main", "Language of the texts, e.g. de or en (default: the system's)."),
                  QStringLiteral("language")),
-      m_logFile(QStringLiteral("log-file"), QCoreApplication::translate("main", "Also write the message log to file (appending)."),
+      m_logFile(QStringLiteral("log-file"),
+                QCoreApplication::translate("main", "Also write the message log to file (appending)."),
                 QStringLiteral("file")),
-      m_verbose(QStringLiteral("verbose"), QCoreApplication::translate("main", "Also write the message log to standard error."))
+      m_verbose(QStringLiteral("verbose"),
+                QCoreApplication::translate("main", "Also write the message log to standard error."))
 {
     parser.setApplicationDescription(description);
     parser.addHelpOption();
@@ -136,7 +141,8 @@ HostSession::~HostSession() = default;
 bool HostSession::start(QString *why)
 {
     if (!m_options.logFile.isEmpty() && !m_logFile.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
-        *why = QCoreApplication::translate("main", "cannot write the log file %1: %2").arg(m_logFile.fileName(), m_logFile.errorString());
+        *why = QCoreApplication::translate("main", "cannot write the log file %1: %2")
+                   .arg(m_logFile.fileName(), m_logFile.errorString());
         return false;
     }
     // The modules' translations live next to them.

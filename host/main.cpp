@@ -12,9 +12,9 @@ namespace {
 // The host's options; 0 when it may run, else the exit code.
 int parseOptions(HostOptions *options)
 {
-    HostCommandLine commandLine(QCoreApplication::translate(
-        "main", "Minimal host for measurement-system modules.\n"
-                "If a module does not load, run with QT_DEBUG_PLUGINS=1 to see why."));
+    HostCommandLine commandLine(
+        QCoreApplication::translate("main", "Minimal host for measurement-system modules.\n"
+                                            "If a module does not load, run with QT_DEBUG_PLUGINS=1 to see why."));
     commandLine.parser.addPositionalArgument(
         QStringLiteral("address"), QCoreApplication::translate("main", "Controller address (default 127.0.0.2)."),
         QStringLiteral("[address]"));

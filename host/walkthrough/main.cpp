@@ -15,9 +15,9 @@ int main(int argc, char *argv[])
     QApplication app(argc, argv);
     HostSetup::setUpApplication(QStringLiteral("cascade-walkthrough"));
 
-    HostCommandLine commandLine(QCoreApplication::translate(
-        "Walkthrough", "Drive the Cascaded System dialog through a walkthrough, write "
-                       "screenshots and the message log to folder, then exit."));
+    HostCommandLine commandLine(
+        QCoreApplication::translate("Walkthrough", "Drive the Cascaded System dialog through a walkthrough, write "
+                                                   "screenshots and the message log to folder, then exit."));
     commandLine.parser.addPositionalArgument(QStringLiteral("address"),
                                              QCoreApplication::translate("Walkthrough", "Controller address."));
     commandLine.parser.addPositionalArgument(

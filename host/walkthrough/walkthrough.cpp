@@ -102,8 +102,7 @@ QString logText(MainWindow *window)
 
 } // namespace
 
-Walkthrough::Walkthrough(MainWindow *window, const QString &outDir, const QStringList &handEntries,
-                                 QObject *parent)
+Walkthrough::Walkthrough(MainWindow *window, const QString &outDir, const QStringList &handEntries, QObject *parent)
     : QObject(parent), m_window(window), m_outDir(outDir), m_handEntries(handEntries)
 {
     m_timer.setInterval(50);
