@@ -131,10 +131,10 @@ int MainWindow::loadModules(const QString &folder)
             continue;
         }
         ++loaded;
+        const QJsonObject meta = m->loader->metaData();
         log(tr("Loaded module \"%1\" %2 from %3 (IID %4, class %5)")
                 .arg(m->module->get_module_name(), m->module->get_module_version(), file,
-                     m->loader->metaData().value(QStringLiteral("IID")).toString(),
-                     m->loader->metaData().value(QStringLiteral("className")).toString()));
+                     meta.value(QStringLiteral("IID")).toString(), meta.value(QStringLiteral("className")).toString()));
         for (_GuiElement *e : m->module->get_gui_elements()) {
             if (e && e->menu_entry) {
                 addEntry(e->menu_name, e->menu_order_number, e->menu_entry_order_number, e->menu_entry);
