@@ -75,31 +75,31 @@ void installTranslations(const QLocale &locale, const QString &folder)
 } // namespace
 
 HostCommandLine::HostCommandLine(const QString &description)
-    // --version only, so that -v stays free; the text is Qt's own (translated with qtbase).
-    : m_version(QStringLiteral("version"),
-                QCoreApplication::translate("QCommandLineParser", "Displays version information.")),
-      m_port(QStringLiteral("port"),
-             QCoreApplication::translate("main", "Controller TCP port (default %1).").arg(HostIOManager::DefaultPort),
-             QStringLiteral("port"), QString::number(HostIOManager::DefaultPort)),
-      m_modules(
-          {QStringLiteral("m"), QStringLiteral("modules")},
-          QCoreApplication::translate("main", "Folder of the modules to load (default: %1).").arg(HostPaths::modules()),
-          QStringLiteral("folder"), HostPaths::modules()),
-      m_observer(QStringLiteral("observer"), QCoreApplication::translate("main", "Run in observer mode.")),
-      m_requests(QStringLiteral("log-requests"), QCoreApplication::translate("main", "Log every controller request.")),
-      m_language(QStringLiteral("lang"),
-                 QCoreApplication::translate("main", "Language of the texts, e.g. de or en (default: the system's)."),
-                 QStringLiteral("language")),
-      m_logFile(QStringLiteral("log-file"),
-                QCoreApplication::translate("main", "Also write the message log to file (appending)."),
-                QStringLiteral("file")),
-      m_verbose(QStringLiteral("verbose"),
-                QCoreApplication::translate("main", "Also write the message log to standard error."))
 {
     parser.setApplicationDescription(description);
     parser.addHelpOption();
-    parser.addOption(m_version);
-    parser.addOptions({m_port, m_modules, m_observer, m_requests, m_language, m_logFile, m_verbose});
+    // --version only, so that -v stays free; the text is Qt's own (translated with qtbase).
+    parser.addOption({QStringLiteral("version"),
+                      QCoreApplication::translate("QCommandLineParser", "Displays version information.")});
+    const QString port = QString::number(HostIOManager::DefaultPort);
+    parser.addOptions({
+        {QStringLiteral("port"), QCoreApplication::translate("main", "Controller TCP port (default %1).").arg(port),
+         QStringLiteral("port"), port},
+        {{QStringLiteral("m"), QStringLiteral("modules")},
+         QCoreApplication::translate("main", "Folder of the modules to load (default: %1).").arg(HostPaths::modules()),
+         QStringLiteral("folder"),
+         HostPaths::modules()},
+        {QStringLiteral("observer"), QCoreApplication::translate("main", "Run in observer mode.")},
+        {QStringLiteral("log-requests"), QCoreApplication::translate("main", "Log every controller request.")},
+        {QStringLiteral("lang"),
+         QCoreApplication::translate("main", "Language of the texts, e.g. de or en (default: the system's)."),
+         QStringLiteral("language")},
+        {QStringLiteral("log-file"),
+         QCoreApplication::translate("main", "Also write the message log to file (appending)."),
+         QStringLiteral("file")},
+        {QStringLiteral("verbose"),
+         QCoreApplication::translate("main", "Also write the message log to standard error.")},
+    });
 }
 
 bool HostCommandLine::parse(HostOptions *options, int *exitCode)
@@ -110,20 +110,21 @@ bool HostCommandLine::parse(HostOptions *options, int *exitCode)
         return false;
     }
     parser.process(QCoreApplication::arguments()); // the arguments are known good: this serves --help
-    if (parser.isSet(m_version))
+    if (parser.isSet(QStringLiteral("version")))
         parser.showVersion();
+    const QString portText = parser.value(QStringLiteral("port"));
     bool portOk = false;
-    const unsigned port = parser.value(m_port).toUInt(&portOk);
+    const unsigned port = portText.toUInt(&portOk);
     if (!portOk || port == 0 || port > 65535) {
-        usageError(QCoreApplication::translate("main", "invalid port %1").arg(parser.value(m_port)));
+        usageError(QCoreApplication::translate("main", "invalid port %1").arg(portText));
         return false;
     }
     options->port = quint16(port);
-    options->modules = parser.value(m_modules);
-    options->observer = parser.isSet(m_observer);
-    options->logRequests = parser.isSet(m_requests);
-    options->logFile = parser.value(m_logFile);
-    options->verbose = parser.isSet(m_verbose);
+    options->modules = parser.value(QStringLiteral("modules"));
+    options->observer = parser.isSet(QStringLiteral("observer"));
+    options->logRequests = parser.isSet(QStringLiteral("log-requests"));
+    options->logFile = parser.value(QStringLiteral("log-file"));
+    options->verbose = parser.isSet(QStringLiteral("verbose"));
     return true;
 }
 

@@ -59,9 +59,6 @@ public:
     int usageError(const QString &reason) const;
 
     QCommandLineParser parser;
-
-private:
-    QCommandLineOption m_version, m_port, m_modules, m_observer, m_requests, m_language, m_logFile, m_verbose;
 };
 
 // A main window connected to its controller with its modules loaded, its
