@@ -134,15 +134,6 @@ int HostIOManager::send_command(char *answer, const char *format, ...)
     return rc;
 }
 
-int HostIOManager::send_line(char *answer, const char *line)
-{
-    std::string reply;
-    const int rc = request(Kind::Command, line ? std::string(line) : std::string(), &reply);
-    if (rc == Ok || rc == ErrorReply)
-        copyAnswer(answer, reply);
-    return rc;
-}
-
 int HostIOManager::get_parameter(char *answer, const char *format, ...)
 {
     va_list args;
@@ -170,21 +161,6 @@ int HostIOManager::get_parameter_int(int *value, const char *format, ...)
     return rc;
 }
 
-int HostIOManager::get_parameter_double(double *value, const char *format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    std::string text;
-    int rc = vrequest(Kind::Read, &text, format, args);
-    va_end(args);
-    double v = 0;
-    if (rc == Ok && !parseDouble(text, &v))
-        rc = fail(Malformed, tr("not a number: \"%1\"").arg(QString::fromStdString(text)));
-    if (rc == Ok && value)
-        *value = v;
-    return rc;
-}
-
 int HostIOManager::set_parameter(const char *format, ...)
 {
     va_list args;
@@ -193,19 +169,6 @@ int HostIOManager::set_parameter(const char *format, ...)
     const int rc = vrequest(Kind::Write, &reply, format, args);
     va_end(args);
     return rc;
-}
-
-int HostIOManager::set_parameter_int(int value, const char *format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    std::string name;
-    const bool formatted = ::format(&name, format, args);
-    va_end(args);
-    if (!formatted)
-        return fail(BadRequest, tr("request cannot be formatted"));
-    std::string reply;
-    return request(Kind::Write, name + ' ' + std::to_string(value), &reply);
 }
 
 int HostIOManager::vrequest(Kind kind, std::string *result, const char *fmt, va_list args)

@@ -48,15 +48,12 @@ public:
     bool is_connected() const override;
     int set_timeout(int connect_ms, int reply_ms, int retries) override;
     int send_command(char *answer, const char *format, ...) override;
-    int send_line(char *answer, const char *line) override;
     int get_parameter(char *answer, const char *format, ...) override;
     int get_parameter_int(int *value, const char *format, ...) override;
-    int get_parameter_double(double *value, const char *format, ...) override;
     QString controller_address() const override;
     int open_connection(const char *address, unsigned short port) override;
     void close_connection() override;
     int set_parameter(const char *format, ...) override;
-    int set_parameter_int(int value, const char *format, ...) override;
     int request_count() const override;
     void set_request_logging(bool on) override;
     QString last_error() const override;

@@ -18,6 +18,7 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <algorithm>
+#include <memory>
 
 #include "BackendVersions.h"
 #include "ModuleInterface.h"
@@ -62,6 +63,7 @@ MainWindow::MainWindow(HostIOManager *iom, BackendVersions *versions, bool obser
     m_log = new QPlainTextEdit(this);
     m_log->setObjectName(QStringLiteral("messageLog"));
     m_log->setReadOnly(true);
+    m_log->setAccessibleName(tr("Message log"));
     m_log->setMaximumBlockCount(20000);
     setCentralWidget(m_log);
 
@@ -118,66 +120,22 @@ int MainWindow::loadModules(const QString &folder)
     }
     log(tr("Loading modules from %1").arg(QDir::toNativeSeparators(dir.absolutePath())));
     int loaded = 0;
-    // A library is often there under several names (libX.so -> libX.so.1 ->
-    // libX.so.1.0.10); all of them give the same instance, which must be
-    // used and deleted once. The real file decides what was loaded already.
-    QStringList loadedFiles;
-    const QStringList files = dir.entryList(QDir::Files, QDir::Name);
-    for (const QString &file : files) {
+    for (const QString &file : dir.entryList(QDir::Files, QDir::Name)) {
         const QString path = dir.absoluteFilePath(file);
         if (!QLibrary::isLibrary(path))
             continue;
-        const QString realFile = QFileInfo(path).canonicalFilePath();
-        if (loadedFiles.contains(realFile)) {
-            log(tr("Skipped %1: the same library as a module loaded already").arg(file));
+        QString why;
+        const Module *m = loadModule(path, &why);
+        if (!m) {
+            log(why);
             continue;
         }
-        auto *loader = new QPluginLoader(path, this);
-        const QJsonObject meta = loader->metaData();
-        const QString iid = meta.value(QStringLiteral("IID")).toString();
-        const QString className = meta.value(QStringLiteral("className")).toString();
-        QObject *object = loader->instance();
-        if (!object) {
-            const int major = pluginQtMajor(path);
-            if (major != 0 && major != QT_VERSION_MAJOR)
-                log(tr("Cannot load %1: it is built against Qt %2, but this host runs on Qt %3; "
-                       "a module must be built against the same Qt major version as the host")
-                        .arg(file)
-                        .arg(major)
-                        .arg(QString::fromLatin1(qVersion())));
-            else
-                log(tr("Cannot load %1: %2 (set QT_DEBUG_PLUGINS=1 for details)").arg(file, loader->errorString()));
-            delete loader;
-            continue;
-        }
-        const bool known = std::any_of(m_modules.cbegin(), m_modules.cend(),
-                                       [object](const Module &m) { return m.object == object; });
-        if (known) {
-            log(tr("Skipped %1: the same library as a module loaded already").arg(file));
-            delete loader; // the plugin stays loaded for its first loader
-            continue;
-        }
-        auto *module = qobject_cast<ModuleInterface *>(object);
-        if (!module) {
-            log(tr("%1 (IID %2, class %3) does not implement the module interface %4")
-                    .arg(file, iid, className, QStringLiteral(ModuleInterface_iid)));
-            loader->unload();
-            delete loader;
-            continue;
-        }
-        // The controller model is read in get_gui_elements, so the versions go first.
-        module->set_param(QStringLiteral("BackendVersions"), QVariant::fromValue(m_versions));
-        module->set_param(QStringLiteral("CommandManager"),
-                          QVariant::fromValue(static_cast<IOManager *>(m_iom)));
-        module->set_param(QStringLiteral("ModuleParent"), QVariant::fromValue(static_cast<QWidget *>(this)));
-        module->set_param(QStringLiteral("ObserverMode"), QVariant(m_observer));
-        m_modules << Module{loader, object, module};
-        loadedFiles << realFile;
         ++loaded;
+        const QJsonObject meta = m->loader->metaData();
         log(tr("Loaded module \"%1\" %2 from %3 (IID %4, class %5)")
-                .arg(module->get_module_name(), module->get_module_version(), file, iid, className));
-
-        for (_GuiElement *e : module->get_gui_elements()) {
+                .arg(m->module->get_module_name(), m->module->get_module_version(), file,
+                     meta.value(QStringLiteral("IID")).toString(), meta.value(QStringLiteral("className")).toString()));
+        for (_GuiElement *e : m->module->get_gui_elements()) {
             if (e && e->menu_entry) {
                 addEntry(e->menu_name, e->menu_order_number, e->menu_entry_order_number, e->menu_entry);
                 m_moduleActions << e->menu_entry;
@@ -187,6 +145,54 @@ int MainWindow::loadModules(const QString &folder)
     rebuildMenuBar();
     updateStatus();
     return loaded;
+}
+
+const MainWindow::Module *MainWindow::loadModule(const QString &path, QString *why)
+{
+    // A library is often there under several names (libX.so -> libX.so.1 ->
+    // libX.so.1.0.10); all of them give the same instance, which must be
+    // used and deleted once. The real file decides what was loaded already.
+    const QString file = QFileInfo(path).fileName();
+    const QString realFile = QFileInfo(path).canonicalFilePath();
+    const auto sameLibrary = [file] { return tr("Skipped %1: the same library as a module loaded already").arg(file); };
+    if (std::any_of(m_modules.cbegin(), m_modules.cend(), [&](const Module &m) { return m.realFile == realFile; })) {
+        *why = sameLibrary();
+        return nullptr;
+    }
+    auto loader = std::make_unique<QPluginLoader>(path, this);
+    QObject *object = loader->instance();
+    if (!object) {
+        const int major = pluginQtMajor(path);
+        if (major != 0 && major != QT_VERSION_MAJOR)
+            *why = tr("Cannot load %1: it is built against Qt %2, but this host runs on Qt %3; "
+                      "a module must be built against the same Qt major version as the host")
+                       .arg(file)
+                       .arg(major)
+                       .arg(QString::fromLatin1(qVersion()));
+        else
+            *why = tr("Cannot load %1: %2 (set QT_DEBUG_PLUGINS=1 for details)").arg(file, loader->errorString());
+        return nullptr;
+    }
+    if (std::any_of(m_modules.cbegin(), m_modules.cend(), [object](const Module &m) { return m.object == object; })) {
+        *why = sameLibrary(); // the plugin stays loaded for its first loader
+        return nullptr;
+    }
+    auto *module = qobject_cast<ModuleInterface *>(object);
+    if (!module) {
+        const QJsonObject meta = loader->metaData();
+        *why = tr("%1 (IID %2, class %3) does not implement the module interface %4")
+                   .arg(file, meta.value(QStringLiteral("IID")).toString(),
+                        meta.value(QStringLiteral("className")).toString(), QStringLiteral(ModuleInterface_iid));
+        loader->unload();
+        return nullptr;
+    }
+    // The controller model is read in get_gui_elements, so the versions go first.
+    module->set_param(QStringLiteral("BackendVersions"), QVariant::fromValue(m_versions));
+    module->set_param(QStringLiteral("CommandManager"), QVariant::fromValue(static_cast<IOManager *>(m_iom)));
+    module->set_param(QStringLiteral("ModuleParent"), QVariant::fromValue(static_cast<QWidget *>(this)));
+    module->set_param(QStringLiteral("ObserverMode"), QVariant(m_observer));
+    m_modules << Module{loader.release(), object, module, realFile};
+    return &m_modules.last();
 }
 
 bool MainWindow::versionsKnown() const
@@ -261,25 +267,6 @@ void MainWindow::rebuildMenuBar()
             m.menu->addAction(e.second);
         menuBar()->addMenu(m.menu);
     }
-}
-
-QString MainWindow::statusText() const
-{
-    return m_status->text();
-}
-
-QString MainWindow::logText() const
-{
-    return m_log->toPlainText();
-}
-
-QAction *MainWindow::findMenuAction(const QString &text) const
-{
-    for (const Menu &m : m_menus)
-        for (const auto &e : m.entries)
-            if (e.second->text() == text)
-                return e.second;
-    return nullptr;
 }
 
 void MainWindow::log(const QString &line)

@@ -26,23 +26,21 @@ public:
     MainWindow(HostIOManager *iom, BackendVersions *versions, bool observer, QWidget *parent = nullptr);
     ~MainWindow() override;
 
-    // Loads every plugin of folder; returns the number of modules loaded.
+    // Loads every plugin of folder, logging what each library gave;
+    // returns the number of modules loaded.
     int loadModules(const QString &folder);
     // Tells every module that the host quits, and deletes it. Safe to call twice.
     void shutdownModules();
 
-    QString logText() const;
-    QString statusText() const;
     // Whether the controller's versions have been read. Until they are, the
     // modules' menu entries are disabled: a module would take the missing
     // versions for a controller that is too old.
     bool versionsKnown() const;
-    // Reads the controller's versions again if they are not known yet (the
-    // controller was not reachable); true when they are known. Runs whenever
-    // a menu opens; bounded by the connect time-out.
+    // Reads the controller's versions if they are not known yet (at start,
+    // or the controller was not reachable) and logs the connection once they
+    // are; true when they are known. Runs whenever a menu opens; bounded by
+    // the connect time-out.
     bool refreshVersions();
-    // The first action of the menu bar whose text is text ("&Cascaded System").
-    QAction *findMenuAction(const QString &text) const;
 
 signals:
     // Every line of the message log as shown, with its time stamp.
@@ -60,6 +58,7 @@ private:
         QPluginLoader *loader;
         QObject *object;
         ModuleInterface *module;
+        QString realFile; // the library file behind any links to it
     };
     struct Menu
     {
@@ -68,6 +67,9 @@ private:
         QList<QPair<int, QAction *>> entries; // (entry order, action)
     };
 
+    // Loads the library at path and hands the module its collaborators; null
+    // with the reason in why when the library gives no new module.
+    const Module *loadModule(const QString &path, QString *why);
     void addEntry(const QString &menuTitle, int menuOrder, int entryOrder, QAction *action);
     void rebuildMenuBar();
     void about();

@@ -2,29 +2,10 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
-    <name>DemoWalkthrough</name>
-    <message>
-        <source>Demo walkthrough failed: %1</source>
-        <translation>Demo-Durchlauf fehlgeschlagen: %1</translation>
-    </message>
-    <message>
-        <source>Demo walkthrough passed</source>
-        <translation>Demo-Durchlauf erfolgreich</translation>
-    </message>
-</context>
-<context>
     <name>HostIOManager</name>
     <message>
         <source>not an integer: &quot;%1&quot;</source>
         <translation>keine ganze Zahl: „%1“</translation>
-    </message>
-    <message>
-        <source>not a number: &quot;%1&quot;</source>
-        <translation>keine Zahl: „%1“</translation>
-    </message>
-    <message>
-        <source>request cannot be formatted</source>
-        <translation>Anfrage kann nicht formatiert werden</translation>
     </message>
     <message>
         <source>request cannot be formatted or is too long</source>
@@ -93,6 +74,10 @@
 </context>
 <context>
     <name>MainWindow</name>
+    <message>
+        <source>Message log</source>
+        <translation>Meldungsprotokoll</translation>
+    </message>
     <message>
         <source>Cascade Host</source>
         <translation>Kaskaden-Host</translation>
@@ -240,6 +225,37 @@ Geladene Module:
     </message>
 </context>
 <context>
+    <name>Walkthrough</name>
+    <message>
+        <source>Drive the Cascaded System dialog through a walkthrough, write screenshots and the message log to folder, then exit.</source>
+        <translation>Den Dialog des kaskadierten Systems in einem Durchlauf bedienen, Bildschirmfotos und das Meldungsprotokoll in folder schreiben, dann beenden.</translation>
+    </message>
+    <message>
+        <source>Address or hostname of a controller the walkthrough adds by hand; repeat it to add several (default 127.0.0.12).</source>
+        <translation>Adresse oder Hostname eines Controllers, den der Durchlauf von Hand hinzufügt; mehrfach angeben, um mehrere hinzuzufügen (Vorgabe 127.0.0.12).</translation>
+    </message>
+    <message>
+        <source>Controller address.</source>
+        <translation>Controller-Adresse.</translation>
+    </message>
+    <message>
+        <source>Folder for the screenshots, the message log and walkthrough.txt.</source>
+        <translation>Ordner für die Bildschirmfotos, das Meldungsprotokoll und walkthrough.txt.</translation>
+    </message>
+    <message>
+        <source>a controller address and an output folder are needed</source>
+        <translation>eine Controller-Adresse und ein Ausgabeordner werden benötigt</translation>
+    </message>
+    <message>
+        <source>Demo walkthrough failed: %1</source>
+        <translation>Demo-Durchlauf fehlgeschlagen: %1</translation>
+    </message>
+    <message>
+        <source>Demo walkthrough passed</source>
+        <translation>Demo-Durchlauf erfolgreich</translation>
+    </message>
+</context>
+<context>
     <name>main</name>
     <message>
         <source>Minimal host for measurement-system modules.
@@ -264,24 +280,12 @@ Wenn ein Modul nicht lädt, zeigt ein Start mit QT_DEBUG_PLUGINS=1 den Grund.</t
         <translation>Jede Controller-Anfrage protokollieren.</translation>
     </message>
     <message>
-        <source>Drive the Cascaded System dialog through a walkthrough, write screenshots and the message log to folder, then exit.</source>
-        <translation>Den Dialog des kaskadierten Systems in einem Durchlauf bedienen, Bildschirmfotos und das Meldungsprotokoll in folder schreiben, dann beenden.</translation>
-    </message>
-    <message>
         <source>Language of the texts, e.g. de or en (default: the system&apos;s).</source>
         <translation>Sprache der Texte, z. B. de oder en (Vorgabe: die des Systems).</translation>
     </message>
     <message>
         <source>Cannot connect to the controller at %1:%2 (%3)</source>
         <translation>Keine Verbindung zum Controller %1:%2 (%3)</translation>
-    </message>
-    <message>
-        <source>Connected to %1 (%2, protocol %3)</source>
-        <translation>Verbunden mit %1 (%2, Protokoll %3)</translation>
-    </message>
-    <message>
-        <source>Address or hostname of a controller the walkthrough adds by hand; repeat it to add several (default 127.0.0.12).</source>
-        <translation>Adresse oder Hostname eines Controllers, den der Durchlauf von Hand hinzufügt; mehrfach angeben, um mehrere hinzuzufügen (Vorgabe 127.0.0.12).</translation>
     </message>
     <message>
         <source>Also write the message log to file (appending).</source>

@@ -36,6 +36,7 @@ check() { # expected-status script args...
 }
 
 for script in "$src"/scripts/*; do
+    [ -x "$script" ] || continue # lib.sh is sourced, not run
     name="$(basename "$script")"
     check 0 "$name" --help
     check 0 "$name" -h

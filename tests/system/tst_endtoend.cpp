@@ -186,11 +186,11 @@ private slots:
             qWarning("no mount namespace allowed here: the walkthrough adds 127.0.5.48 by address");
         const QString logPath = out.filePath(QStringLiteral("host.log"));
         const QStringList args{QString::fromLatin1(Master), "--modules", modules.path(), "--lang", "en",
-                               "--demo-add", "127.0.5.46", "--demo-add", secondAdd, "--log-file", logPath,
-                               "--verbose", "--headless-demo", out.filePath(QStringLiteral("shots"))};
+                               "--add", "127.0.5.46", "--add", secondAdd, "--log-file", logPath,
+                               "--verbose", out.filePath(QStringLiteral("shots"))};
         QProcess host;
         host.setProcessChannelMode(QProcess::SeparateChannels);
-        const QStringList command = ns + QStringList{QStringLiteral(CASCADE_HOST_PATH)} + args;
+        const QStringList command = ns + QStringList{QStringLiteral(CASCADE_WALKTHROUGH_PATH)} + args;
         host.start(command.first(), command.mid(1));
         QVERIFY(host.waitForFinished(90000));
         const QByteArray output = host.readAllStandardOutput(), errors = host.readAllStandardError();

@@ -331,8 +331,8 @@ private slots:
         QTemporaryDir out;
         QProcess host;
         host.setProcessChannelMode(QProcess::MergedChannels);
-        host.start(QStringLiteral(CASCADE_HOST_PATH), {QString::fromLatin1(Silent), QStringLiteral("--lang"),
-                                                       QStringLiteral("en"), QStringLiteral("--headless-demo"), out.path()});
+        host.start(QStringLiteral(CASCADE_WALKTHROUGH_PATH),
+                   {QString::fromLatin1(Silent), out.path(), QStringLiteral("--lang"), QStringLiteral("en")});
         QElapsedTimer clock;
         clock.start();
         const QString firstShot = QDir(out.path()).filePath(QStringLiteral("00-host.png"));

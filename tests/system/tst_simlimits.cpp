@@ -57,14 +57,14 @@ Run runSim(const QStringList &arguments)
     return r;
 }
 
-// Starts cascade-host offscreen with arguments, its output merged.
+// Starts cascade-walkthrough offscreen with arguments, its output merged.
 void startHost(QProcess &host, const QStringList &arguments)
 {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     host.setProcessEnvironment(env);
     host.setProcessChannelMode(QProcess::MergedChannels);
-    host.start(QStringLiteral(CASCADE_HOST_PATH), arguments);
+    host.start(QStringLiteral(CASCADE_WALKTHROUGH_PATH), arguments);
 }
 
 } // namespace
@@ -194,7 +194,7 @@ private slots:
         QTemporaryDir out;
         QProcess host;
         startHost(host,
-                   {QStringLiteral("127.0.73.30"), QStringLiteral("--headless-demo"), out.path()});
+                   {QStringLiteral("127.0.73.30"), out.path()});
         QVERIFY(host.waitForFinished(60000));
         QVERIFY(host.exitCode() != 0);
         QFile log(out.filePath(QStringLiteral("messages.log")));
@@ -221,8 +221,7 @@ private slots:
         QProcess host;
         startHost(host,
                    {QStringLiteral("127.0.73.1"), QStringLiteral("--lang"), QStringLiteral("en"),
-                    QStringLiteral("--demo-add"), QStringLiteral("127.0.73.3"), QStringLiteral("--headless-demo"),
-                    out.path()});
+                    QStringLiteral("--add"), QStringLiteral("127.0.73.3"), out.path()});
         QVERIFY(host.waitForFinished(90000));
         QFile report(out.filePath(QStringLiteral("walkthrough.txt")));
         QVERIFY(report.open(QIODevice::ReadOnly));

@@ -1,4 +1,4 @@
-// The headless demo: drives the real "Cascaded System Settings" dialog the
+// The walkthrough: drives the real "Cascaded System Settings" dialog the
 // way a user would (open it, wait for the LAN scan, select a controller, add
 // controllers the scan did not find by hand, by address or hostname, and
 // select them too, show the tool tip of the longest hostname, OK, open it
@@ -17,7 +17,7 @@ class MainWindow;
 class QAction;
 class QWidget;
 
-class DemoWalkthrough : public QObject
+class Walkthrough : public QObject
 {
     Q_OBJECT
 
@@ -26,7 +26,7 @@ public:
 
     // handEntries: the addresses or hostnames to type into the dialog's add
     // field, one after the other.
-    DemoWalkthrough(MainWindow *window, const QString &outDir, const QStringList &handEntries,
+    Walkthrough(MainWindow *window, const QString &outDir, const QStringList &handEntries,
                     QObject *parent = nullptr);
 
     // Starts the walkthrough; the application exits when it ends.
@@ -57,6 +57,7 @@ private:
     bool clickAvailableController(QWidget *dlg, const QString &entry = QString());
     bool pressSelect(QWidget *dlg, const QString &ip, const QString &screenshot);
     bool showLongestNameToolTip(QWidget *dlg);
+    // Screenshot of w (with overlay painted over it) into the output folder.
     void shoot(QWidget *w, const QString &name, QWidget *overlay = nullptr);
     void finish(bool ok, const QString &why);
 

@@ -1,4 +1,4 @@
-#include "demowalkthrough.h"
+#include "walkthrough.h"
 
 #include <QAction>
 #include <QApplication>
@@ -7,13 +7,16 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QToolTip>
 #include <QPushButton>
-#include <QTableWidget>
+#include <QTableView>
 #include <QTextStream>
 
 #include "mainwindow.h"
@@ -22,10 +25,11 @@ namespace {
 
 const char SettingsDialog[] = "CascadedSettingsDlgClass";
 const char ProgressDialog[] = "EndlessProgressDlgClass";
-// Columns of the dialog's tables: hostname, IP address, hidden availability.
-const int ColName = 0;
-const int ColIp = 1;
-const int ColAvailable = 2;
+// The dialog's tables name their columns in the header: hostname, IP
+// address and the hidden availability ("yes" when it can become a slave).
+const char Name[] = "Name";
+const char Ip[] = "IP";
+const char Available[] = "Available";
 
 bool isNamed(QWidget *w, const char *name)
 {
@@ -46,30 +50,73 @@ QWidget *visibleToolTip()
     return nullptr;
 }
 
-QString cell(QTableWidget *t, int row, int col)
+// The cell of row in the column whose header reads label; invalid when
+// there is no such column.
+QModelIndex cellIndex(const QTableView *table, int row, const char *label)
 {
-    QTableWidgetItem *item = t ? t->item(row, col) : nullptr;
-    return item ? item->text() : QString();
+    const QAbstractItemModel *model = table->model();
+    for (int column = 0; column < model->columnCount(); ++column)
+        if (model->headerData(column, Qt::Horizontal).toString() == QLatin1String(label))
+            return model->index(row, column);
+    return QModelIndex();
+}
+
+QString cell(const QTableView *table, int row, const char *label)
+{
+    return cellIndex(table, row, label).data().toString();
+}
+
+int rowCount(const QTableView *table)
+{
+    return table->model()->rowCount();
+}
+
+QTableView *table(QWidget *dlg, const char *name)
+{
+    return dlg->findChild<QTableView *>(QLatin1String(name));
+}
+
+// The entry of the window's menus whose text is text ("&Cascaded System").
+QAction *menuEntry(MainWindow *window, const QString &text)
+{
+    for (QAction *menuAction : window->menuBar()->actions())
+        if (menuAction->menu())
+            for (QAction *entry : menuAction->menu()->actions())
+                if (entry->text() == text)
+                    return entry;
+    return nullptr;
+}
+
+// The controller line of the window's status bar, and its message log.
+QString statusText(MainWindow *window)
+{
+    const auto *status = window->findChild<QLabel *>(QStringLiteral("controllerStatus"));
+    return status ? status->text() : QString();
+}
+
+QString logText(MainWindow *window)
+{
+    const auto *log = window->findChild<QPlainTextEdit *>(QStringLiteral("messageLog"));
+    return log ? log->toPlainText() : QString();
 }
 
 } // namespace
 
-DemoWalkthrough::DemoWalkthrough(MainWindow *window, const QString &outDir, const QStringList &handEntries,
-                                 QObject *parent)
+Walkthrough::Walkthrough(MainWindow *window, const QString &outDir, const QStringList &handEntries, QObject *parent)
     : QObject(parent), m_window(window), m_outDir(outDir), m_handEntries(handEntries)
 {
     m_timer.setInterval(50);
-    connect(&m_timer, &QTimer::timeout, this, &DemoWalkthrough::tick);
+    connect(&m_timer, &QTimer::timeout, this, &Walkthrough::tick);
 }
 
-void DemoWalkthrough::start()
+void Walkthrough::start()
 {
     QDir().mkpath(m_outDir);
     // The module's menu entry, in the language the host runs in.
     const char context[] = "CascadedSystemModule";
     const char entry[] = "&Cascaded System";
     const QString entryText = QCoreApplication::translate(context, entry);
-    m_action = m_window->findMenuAction(entryText);
+    m_action = menuEntry(m_window, entryText);
     if (!m_action) {
         finish(false, QStringLiteral("no \"%1\" entry in the menus (was the module loaded?)").arg(entryText));
         return;
@@ -79,14 +126,14 @@ void DemoWalkthrough::start()
     m_timer.start();
 }
 
-void DemoWalkthrough::go(Step next)
+void Walkthrough::go(Step next)
 {
     m_step = next;
     m_stepClock.restart();
     if (next == Step::OpenFirst || next == Step::OpenSecond) {
         if (!m_window->refreshVersions()) {
             finish(false, QStringLiteral("the controller is not reachable, the menu entry is disabled: %1")
-                              .arg(m_window->statusText()));
+                              .arg(statusText(m_window)));
             return;
         }
         // The module keeps its dialog between openings. Empty its tables, so
@@ -94,15 +141,15 @@ void DemoWalkthrough::go(Step next)
         // by what the first opening showed.
         for (QDialog *dlg : m_window->findChildren<QDialog *>())
             if (isNamed(dlg, SettingsDialog))
-                for (QTableWidget *table : dlg->findChildren<QTableWidget *>())
-                    table->setRowCount(0);
+                for (QTableView *view : dlg->findChildren<QTableView *>())
+                    view->model()->removeRows(0, view->model()->rowCount());
         // trigger() runs the dialog's exec(); this timer keeps ticking inside it.
         QTimer::singleShot(0, m_action.data(), &QAction::trigger);
         m_step = next == Step::OpenFirst ? Step::FirstScan : Step::SecondScan;
     }
 }
 
-void DemoWalkthrough::tick()
+void Walkthrough::tick()
 {
     if (m_stepClock.elapsed() > StepTimeoutMs) {
         finish(false, QStringLiteral("step %1 did not complete within %2 s").arg(int(m_step)).arg(StepTimeoutMs / 1000));
@@ -131,11 +178,10 @@ void DemoWalkthrough::tick()
     case Step::FirstDialog: {
         if (!isNamed(modal, SettingsDialog) || !settingsDialogFilled(modal))
             return;
-        auto *selected = modal->findChild<QTableWidget *>(QStringLiteral("tableWidget_selected"));
-        m_connectedAtStart = selected->rowCount();
+        m_connectedAtStart = rowCount(table(modal, "tableWidget_selected"));
         m_report << QStringLiteral("dialog opened with %1 connected and %2 available controllers")
                         .arg(m_connectedAtStart)
-                        .arg(modal->findChild<QTableWidget *>(QStringLiteral("tableWidget_available"))->rowCount());
+                        .arg(rowCount(table(modal, "tableWidget_available")));
         shoot(modal, QStringLiteral("02-settings-opened.png"));
         if (!clickAvailableController(modal)) {
             finish(false, QStringLiteral("no controller in the available table can become a slave"));
@@ -225,10 +271,10 @@ void DemoWalkthrough::tick()
         }
         if (!settingsDialogFilled(modal))
             return;
-        auto *selected = modal->findChild<QTableWidget *>(QStringLiteral("tableWidget_selected"));
+        QTableView *selected = table(modal, "tableWidget_selected");
         QStringList connected;
-        for (int row = 0; row < selected->rowCount(); ++row)
-            connected << cell(selected, row, ColIp);
+        for (int row = 0; row < rowCount(selected); ++row)
+            connected << cell(selected, row, Ip);
         shoot(modal, QStringLiteral("09-settings-reopened.png"));
         for (const QString &ip : qAsConst(m_selectedIps)) {
             if (!connected.contains(ip)) {
@@ -252,52 +298,54 @@ void DemoWalkthrough::tick()
 
 // Presses select once it is enabled for the clicked controller ip; true when
 // ip has moved into the selected table.
-bool DemoWalkthrough::pressSelect(QWidget *dlg, const QString &ip, const QString &screenshot)
+bool Walkthrough::pressSelect(QWidget *dlg, const QString &ip, const QString &screenshot)
 {
     auto *select = isNamed(dlg, SettingsDialog) ? dlg->findChild<QPushButton *>(QStringLiteral("pushButton_select")) : nullptr;
     if (!select || !select->isEnabled())
         return false;
     select->click();
-    auto *selected = dlg->findChild<QTableWidget *>(QStringLiteral("tableWidget_selected"));
-    const int last = selected->rowCount() - 1;
-    if (last < 0 || cell(selected, last, ColIp) != ip) {
+    QTableView *selected = table(dlg, "tableWidget_selected");
+    const int last = rowCount(selected) - 1;
+    if (last < 0 || cell(selected, last, Ip) != ip) {
         finish(false, QStringLiteral("select did not add %1 to the selected table").arg(ip));
         return false;
     }
     m_selectedIps << ip;
-    m_report << QStringLiteral("selected %1 (%2)").arg(cell(selected, last, ColName), ip);
+    m_report << QStringLiteral("selected %1 (%2)").arg(cell(selected, last, Name), ip);
     shoot(dlg, screenshot);
     return true;
 }
 
 // The scan is over and its result shown once the available table has rows.
-bool DemoWalkthrough::settingsDialogFilled(QWidget *dlg) const
+bool Walkthrough::settingsDialogFilled(QWidget *dlg) const
 {
-    auto *available = dlg->findChild<QTableWidget *>(QStringLiteral("tableWidget_available"));
-    return available && available->rowCount() > 0 && dlg->isVisible();
+    QTableView *available = table(dlg, "tableWidget_available");
+    return available && rowCount(available) > 0 && dlg->isVisible();
 }
 
 // Clicks the first controller of the available table that can become a
 // slave (only the one with this address or hostname, if given); false if
 // there is none.
-bool DemoWalkthrough::clickAvailableController(QWidget *dlg, const QString &entry)
+bool Walkthrough::clickAvailableController(QWidget *dlg, const QString &entry)
 {
-    auto *table = dlg->findChild<QTableWidget *>(QStringLiteral("tableWidget_available"));
-    for (int row = 0; table && row < table->rowCount(); ++row) {
-        if (cell(table, row, ColAvailable) != QLatin1String("yes"))
+    QTableView *available = table(dlg, "tableWidget_available");
+    for (int row = 0; available && row < rowCount(available); ++row) {
+        if (cell(available, row, Available) != QLatin1String("yes"))
             continue;
-        if (!entry.isEmpty() && cell(table, row, ColIp) != entry
-            && QString::compare(cell(table, row, ColName), entry, Qt::CaseInsensitive) != 0)
+        const QString name = cell(available, row, Name);
+        if (!entry.isEmpty() && cell(available, row, Ip) != entry
+            && QString::compare(name, entry, Qt::CaseInsensitive) != 0)
             continue;
-        m_chosenName = cell(table, row, ColName);
-        m_chosenIp = cell(table, row, ColIp);
-        table->scrollToItem(table->item(row, ColName));
-        const QPoint at = table->visualItemRect(table->item(row, ColName)).center();
-        const QPoint global = table->viewport()->mapToGlobal(at);
+        m_chosenName = name;
+        m_chosenIp = cell(available, row, Ip);
+        const QModelIndex index = cellIndex(available, row, Name);
+        available->scrollTo(index);
+        const QPoint at = available->visualRect(index).center();
+        const QPoint global = available->viewport()->mapToGlobal(at);
         QMouseEvent press(QEvent::MouseButtonPress, at, global, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
         QMouseEvent release(QEvent::MouseButtonRelease, at, global, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
-        QApplication::sendEvent(table->viewport(), &press);
-        QApplication::sendEvent(table->viewport(), &release);
+        QApplication::sendEvent(available->viewport(), &press);
+        QApplication::sendEvent(available->viewport(), &release);
         return true;
     }
     return false;
@@ -305,26 +353,26 @@ bool DemoWalkthrough::clickAvailableController(QWidget *dlg, const QString &entr
 
 // Asks the selected table for the tool tip of its longest hostname, as the
 // mouse resting on that cell would; false if the table is empty.
-bool DemoWalkthrough::showLongestNameToolTip(QWidget *dlg)
+bool Walkthrough::showLongestNameToolTip(QWidget *dlg)
 {
-    auto *table = dlg->findChild<QTableWidget *>(QStringLiteral("tableWidget_selected"));
+    QTableView *selected = table(dlg, "tableWidget_selected");
     int longest = -1;
-    for (int row = 0; table && row < table->rowCount(); ++row)
-        if (longest < 0 || cell(table, row, ColName).size() > cell(table, longest, ColName).size())
+    for (int row = 0; selected && row < rowCount(selected); ++row)
+        if (longest < 0 || cell(selected, row, Name).size() > cell(selected, longest, Name).size())
             longest = row;
     if (longest < 0) {
         finish(false, QStringLiteral("the selected table is empty"));
         return false;
     }
-    QTableWidgetItem *item = table->item(longest, ColName);
-    table->scrollToItem(item);
-    const QPoint at = table->visualItemRect(item).center();
-    QHelpEvent help(QEvent::ToolTip, at, table->viewport()->mapToGlobal(at));
-    QApplication::sendEvent(table->viewport(), &help);
+    const QModelIndex index = cellIndex(selected, longest, Name);
+    selected->scrollTo(index);
+    const QPoint at = selected->visualRect(index).center();
+    QHelpEvent help(QEvent::ToolTip, at, selected->viewport()->mapToGlobal(at));
+    QApplication::sendEvent(selected->viewport(), &help);
     return true;
 }
 
-void DemoWalkthrough::shoot(QWidget *w, const QString &name, QWidget *overlay)
+void Walkthrough::shoot(QWidget *w, const QString &name, QWidget *overlay)
 {
     const QString path = QDir(m_outDir).filePath(name);
     QPixmap shot = w->grab();
@@ -338,7 +386,7 @@ void DemoWalkthrough::shoot(QWidget *w, const QString &name, QWidget *overlay)
         m_report << QStringLiteral("could not write screenshot %1").arg(name);
 }
 
-void DemoWalkthrough::finish(bool ok, const QString &why)
+void Walkthrough::finish(bool ok, const QString &why)
 {
     m_timer.stop();
     m_step = Step::Done;
@@ -359,7 +407,7 @@ void DemoWalkthrough::finish(bool ok, const QString &why)
     }
     QFile logFile(QDir(m_outDir).filePath(QStringLiteral("messages.log")));
     if (logFile.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
-        QTextStream(&logFile) << m_window->logText() << '\n';
+        QTextStream(&logFile) << logText(m_window) << '\n';
     QFile summary(QDir(m_outDir).filePath(QStringLiteral("walkthrough.txt")));
     if (summary.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
         QTextStream(&summary) << m_report.join(QLatin1Char('\n')) << '\n';
