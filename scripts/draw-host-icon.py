@@ -1,16 +1,21 @@
 #!/usr/bin/env python3
-"""Draws the 64 x 64 application icon of cascade-host: a master controller
-linked to two slaves, white on a blue rounded square. Standard library only.
+"""Draws the application icon of cascade-host: a master controller linked to
+two slaves, white on a blue rounded square, N x N pixels (64 by default; the
+shapes are laid out on a 64 x 64 grid and scaled). Standard library only.
 
-Usage: scripts/draw-host-icon.py OUTPUT.png
-       (the checked-in icon is host/resources/cascade-host.png)
+Usage: scripts/draw-host-icon.py [--size N] OUTPUT.png
+       (the checked-in icons are host/resources/cascade-host.png, 64 x 64,
+       which the icon theme uses too, and packaging/icons/<N>x<N>/cascade-host.png
+       for its other sizes:
+       for n in 16 22 24 32 48 128 256; do
+           scripts/draw-host-icon.py --size $n packaging/icons/${n}x${n}/cascade-host.png; done)
 """
 import math
 import struct
 import sys
 import zlib
 
-SIZE = 64
+GRID = 64  # the shapes below are in units of a 64 x 64 icon
 SAMPLES = 4  # supersampling per axis, for smooth edges
 
 
@@ -44,20 +49,21 @@ def colour_at(px, py):
             return (222, 232, 242, 255)
     # Background: blue rounded square, lighter at the top.
     if rounded_rect(px, py, 1, 1, 63, 63, 11):
-        t = py / SIZE
+        t = py / GRID
         return (int(40 - 14 * t), int(118 - 36 * t), int(178 - 40 * t), 255)
     return None
 
 
-def render():
+def render(size):
+    scale = GRID / size
     rows = []
-    for y in range(SIZE):
+    for y in range(size):
         row = bytearray(b"\x00")  # PNG filter: none
-        for x in range(SIZE):
+        for x in range(size):
             acc = [0, 0, 0, 0]
             for sy in range(SAMPLES):
                 for sx in range(SAMPLES):
-                    c = colour_at(x + (sx + 0.5) / SAMPLES, y + (sy + 0.5) / SAMPLES)
+                    c = colour_at((x + (sx + 0.5) / SAMPLES) * scale, (y + (sy + 0.5) / SAMPLES) * scale)
                     if c:
                         for i in range(3):
                             acc[i] += c[i] * c[3]
@@ -71,11 +77,11 @@ def render():
     return b"".join(rows)
 
 
-def png(raw):
+def png(raw, size):
     def chunk(kind, data):
         return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data) & 0xFFFFFFFF)
 
-    header = struct.pack(">IIBBBBB", SIZE, SIZE, 8, 6, 0, 0, 0)  # 8-bit RGBA
+    header = struct.pack(">IIBBBBB", size, size, 8, 6, 0, 0, 0)  # 8-bit RGBA
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(raw, 9)) + chunk(b"IEND", b"")
 
 
@@ -83,16 +89,24 @@ def main(argv):
     if len(argv) == 2 and argv[1] in ("-h", "--help"):
         print(__doc__.strip())
         return 0
-    if len(argv) != 2 or argv[1].startswith("-"):
-        sys.stderr.write("draw-host-icon.py: expected one output file, e.g. host/resources/cascade-host.png\n"
-                         "Usage: scripts/draw-host-icon.py OUTPUT.png\n")
+    args = argv[1:]
+    size = GRID
+    if len(args) == 3 and args[0] == "--size":
+        if not args[1].isdigit() or not 16 <= int(args[1]) <= 1024:
+            sys.stderr.write("draw-host-icon.py: --size takes a number of pixels from 16 to 1024, not '%s'\n" % args[1])
+            return 2
+        size = int(args[1])
+        args = args[2:]
+    if len(args) != 1 or args[0].startswith("-"):
+        sys.stderr.write("draw-host-icon.py: expected [--size N] and one output file, e.g. host/resources/cascade-host.png\n"
+                         "Usage: scripts/draw-host-icon.py [--size N] OUTPUT.png\n")
         return 2
-    data = png(render())
+    data = png(render(size), size)
     try:
-        with open(argv[1], "wb") as f:
+        with open(args[0], "wb") as f:
             f.write(data)
     except OSError as e:
-        sys.stderr.write("draw-host-icon.py: cannot write %s: %s\n" % (argv[1], e.strerror))
+        sys.stderr.write("draw-host-icon.py: cannot write %s: %s\n" % (args[0], e.strerror))
         return 1
     return 0
 
