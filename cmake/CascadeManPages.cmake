@@ -29,7 +29,9 @@ endif()
 
 function(cascade_add_man_page target whatis)
     cmake_parse_arguments(PARSE_ARGV 2 arg "" "INCLUDE" "")
-    if(NOT CASCADE_HELP2MAN OR NOT CASCADE_GZIP)
+    # A sanitizer build is never packaged, and its programs may end with a
+    # leak report of the libraries they use, which help2man takes as failure.
+    if(NOT CASCADE_HELP2MAN OR NOT CASCADE_GZIP OR CASCADE_SANITIZE)
         return()
     endif()
     set(page ${CMAKE_BINARY_DIR}/man/${target}.1.gz)
