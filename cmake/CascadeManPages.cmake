@@ -76,8 +76,12 @@ execute_process(COMMAND ${HELP2MAN} ${options} ${name}
 if(NOT rc EQUAL 0)
     message(FATAL_ERROR "help2man ${name} failed (${rc}): ${errors}")
 endif()
+# Both as printed and as help2man writes them in roff (a hyphen as \-).
 while(PATHS)
     list(POP_FRONT PATHS from to)
+    string(REPLACE "${from}" "${to}" page "${page}")
+    string(REPLACE "-" "\\-" from "${from}")
+    string(REPLACE "-" "\\-" to "${to}")
     string(REPLACE "${from}" "${to}" page "${page}")
 endwhile()
 # The page's date is the one help2man writes (SOURCE_DATE_EPOCH when set).
