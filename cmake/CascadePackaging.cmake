@@ -127,6 +127,8 @@ if(CASCADE_BUILD_TOOLS)
     endforeach()
     install(FILES ${CMAKE_SOURCE_DIR}/host/resources/cascade-host.png
         DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/64x64/apps COMPONENT tools)
+    install(FILES ${CMAKE_SOURCE_DIR}/packaging/icons/scalable/cascade-host.svg
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT tools)
 endif()
 
 set(CPACK_GENERATOR DEB)

@@ -4,11 +4,13 @@ two slaves, white on a blue rounded square, N x N pixels (64 by default; the
 shapes are laid out on a 64 x 64 grid and scaled). Standard library only.
 
 Usage: scripts/draw-host-icon.py [--size N] OUTPUT.png
+       scripts/draw-host-icon.py OUTPUT.svg   (the same icon, scalable)
        (the checked-in icons are host/resources/cascade-host.png, 64 x 64,
        which the icon theme uses too, and packaging/icons/<N>x<N>/cascade-host.png
        for its other sizes:
        for n in 16 22 24 32 48 128 256; do
-           scripts/draw-host-icon.py --size $n packaging/icons/${n}x${n}/cascade-host.png; done)
+           scripts/draw-host-icon.py --size $n packaging/icons/${n}x${n}/cascade-host.png; done
+       and packaging/icons/scalable/cascade-host.svg)
 """
 import math
 import struct
@@ -85,6 +87,25 @@ def png(raw, size):
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(raw, 9)) + chunk(b"IEND", b"")
 
 
+def svg():
+    """The same shapes as colour_at, bottom first, as a scalable icon."""
+    def rect(x0, y0, x1, y1, fill, r=0):
+        return '<rect x="%g" y="%g" width="%g" height="%g" rx="%g" fill="%s"/>' % (x0, y0, x1 - x0, y1 - y0, r, fill)
+
+    shapes = [rect(1, 1, 63, 63, "url(#bg)", 11)]
+    for x0 in (5, 35):
+        shapes.append(rect(x0, 40, x0 + 24, 53, "#dee8f2", 3))
+        shapes += [rect(x0 + 5 + 3.5 * i, 45, x0 + 6.5 + 3.5 * i, 49, "#7896b4") for i in range(4)]
+    shapes.append(rect(20, 9, 44, 24, "#fafcff", 3))
+    shapes.append('<circle cx="37" cy="16.5" r="2.2" fill="#50c878"/>')
+    shapes += [rect(30.5, 23, 33.5, 33.5, "#fff"), rect(14.5, 30.5, 49.5, 33.5, "#fff"),
+               rect(14.5, 30.5, 17.5, 41, "#fff"), rect(46.5, 30.5, 49.5, 41, "#fff")]
+    return ('<svg xmlns="http://www.w3.org/2000/svg" width="64" height="64" viewBox="0 0 64 64">\n'
+            '<defs><linearGradient id="bg" x1="0" y1="0" x2="0" y2="64" gradientUnits="userSpaceOnUse">'
+            '<stop offset="0" stop-color="#2876b2"/><stop offset="1" stop-color="#1a528a"/></linearGradient></defs>\n'
+            + "\n".join(shapes) + "\n</svg>\n").encode()
+
+
 def main(argv):
     if len(argv) == 2 and argv[1] in ("-h", "--help"):
         print(__doc__.strip())
@@ -99,9 +120,9 @@ def main(argv):
         args = args[2:]
     if len(args) != 1 or args[0].startswith("-"):
         sys.stderr.write("draw-host-icon.py: expected [--size N] and one output file, e.g. host/resources/cascade-host.png\n"
-                         "Usage: scripts/draw-host-icon.py [--size N] OUTPUT.png\n")
+                         "Usage: scripts/draw-host-icon.py [--size N] OUTPUT.png|OUTPUT.svg\n")
         return 2
-    data = png(render(size), size)
+    data = svg() if args[0].endswith(".svg") else png(render(size), size)
     try:
         with open(args[0], "wb") as f:
             f.write(data)
