@@ -100,7 +100,8 @@ def svg():
     shapes.append('<circle cx="37" cy="16.5" r="2.2" fill="#50c878"/>')
     shapes += [rect(30.5, 23, 33.5, 33.5, "#fff"), rect(14.5, 30.5, 49.5, 33.5, "#fff"),
                rect(14.5, 30.5, 17.5, 41, "#fff"), rect(46.5, 30.5, 49.5, 41, "#fff")]
-    return ('<svg xmlns="http://www.w3.org/2000/svg" width="64" height="64" viewBox="0 0 64 64">\n'
+    return ('<!-- SPDX-License-Identifier: MIT -->\n'
+            '<svg xmlns="http://www.w3.org/2000/svg" width="64" height="64" viewBox="0 0 64 64">\n'
             '<defs><linearGradient id="bg" x1="0" y1="0" x2="0" y2="64" gradientUnits="userSpaceOnUse">'
             '<stop offset="0" stop-color="#2876b2"/><stop offset="1" stop-color="#1a528a"/></linearGradient></defs>\n'
             + "\n".join(shapes) + "\n</svg>\n").encode()
