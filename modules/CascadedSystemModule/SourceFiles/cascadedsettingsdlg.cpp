@@ -7,6 +7,7 @@
 #include <QMessageBox>
 #include <QSet>
 #include <QTableWidgetItem>
+#include <QTextDocumentFragment>
 #include <QToolTip>
 
 #include <algorithm>
@@ -216,6 +217,13 @@ CascadedSettingsDlg::CascadedSettingsDlg(IOManager *iom, QWidget *parent, Backen
     new RowToolTips(ui.tableWidget_available, description);
     new RowToolTips(ui.tableWidget_selected, description);
 
+    // A keyboard user moves the current row instead of clicking it; the row
+    // then counts as clicked, so that the buttons follow it.
+    connect(ui.tableWidget_available, &SlaveTable::currentRowChangedByKey, this,
+            [this](int row, int column) { on_tableWidget_available_cellClicked(row, column); });
+    connect(ui.tableWidget_selected, &SlaveTable::currentRowChangedByKey, this,
+            [this](int row, int column) { on_tableWidget_selected_cellClicked(row, column); });
+
     list_availableSlaves.clear();
     list_primarySelectedSlaves.clear();
 
@@ -293,6 +301,7 @@ int CascadedSettingsDlg::update_and_exec()
     if (isCascadeAvailable()) {
         enableDialog(true);
         ui.label_error->hide();
+        setAccessibleDescription(QString());
         bUserAction = false;
         update_lan_scan();
         on_pushButton_update_clicked();
@@ -310,6 +319,9 @@ int CascadedSettingsDlg::update_and_exec()
     enableDialog(false);
     ui.label_error->setText(tr("<b><font color=red>Cascaded System is not available!</font></b>"));
     ui.label_error->show();
+    // A screen reader reads the description with the dialog, so a user who
+    // lands on Cancel learns why nothing else can be used.
+    setAccessibleDescription(QTextDocumentFragment::fromHtml(ui.label_error->text()).toPlainText());
     return exec();
 }
 
@@ -526,8 +538,9 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
 
     timerUpdateAvailableSlaves.stop();
     deleteAll(list_availableSlaves);
+    // Nothing is reserved by the count: it comes from the controller and may
+    // be absurd. The lists grow by the entries actually read.
     m_scanDescriptions.clear();
-    m_scanDescriptions.reserve(qMax(count, 0));
 
     // Controllers already in the selected table are greyed.
     QSet<QString> selectedIps;
@@ -565,23 +578,27 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
 
 // ---- Select and deselect ---------------------------------------------------------------
 
-void CascadedSettingsDlg::activateSelectButton()
+// A row of the available table can be selected when its hidden Available
+// text is "yes" and its address stands in no row of the selected table.
+bool CascadedSettingsDlg::isSelectable(int row) const
 {
     const QTableWidget *available = ui.tableWidget_available;
-    const int row = available->currentRow();
-    if (row < 0 || cellText(available, row, ColAvailable) != QLatin1String(Yes)) {
-        ui.pushButton_select->setEnabled(false);
-        return;
-    }
+    if (row < 0 || cellText(available, row, ColAvailable) != QLatin1String(Yes))
+        return false;
     const QString ip = cellText(available, row, ColIp);
     const QTableWidget *selected = ui.tableWidget_selected;
     for (int r = 0; r < selected->rowCount(); ++r) {
-        if (cellText(selected, r, ColIp) == ip) {
-            ui.pushButton_select->setEnabled(false);
-            return;
-        }
+        if (cellText(selected, r, ColIp) == ip)
+            return false;
     }
-    if (!m_is_config_locked)
+    return true;
+}
+
+void CascadedSettingsDlg::activateSelectButton()
+{
+    if (!isSelectable(ui.tableWidget_available->currentRow()))
+        ui.pushButton_select->setEnabled(false);
+    else if (!m_is_config_locked)
         ui.pushButton_select->setEnabled(true);
 }
 
@@ -610,10 +627,10 @@ void CascadedSettingsDlg::on_pushButton_select_clicked()
 {
     QTableWidget *available = ui.tableWidget_available;
     const int iRow = available->currentRow();
-    // The available table shows list_availableSlaves row for row.
-    if (iRow < 0 || iRow >= list_availableSlaves.size())
-        return;
-    if (cellText(available, iRow, ColAvailable) != QLatin1String(Yes))
+    // The available table shows list_availableSlaves row for row. The rule is
+    // checked again here: a controller already selected is never added twice,
+    // whatever row became current since the button was enabled.
+    if (iRow < 0 || iRow >= list_availableSlaves.size() || !isSelectable(iRow))
         return;
 
     QTableWidget *selected = ui.tableWidget_selected;

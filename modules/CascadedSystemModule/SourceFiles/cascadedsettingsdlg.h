@@ -96,6 +96,7 @@ private:
     bool isInListprimarySelectedSlaves(QString sIp);
 
     // Select and deselect
+    bool isSelectable(int row) const;
     void activateSelectButton();
     void activateDeselectButton();
 
