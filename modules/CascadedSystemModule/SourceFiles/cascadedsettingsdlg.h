@@ -81,7 +81,6 @@ private:
     bool is_config_locked();
     bool isCascadeAvailable();
     void enableDialog(bool enable);
-    void reportError(const QString &text);
     void setupAccessibility();
     QString scanDescription(const QString &ip) const;
 
