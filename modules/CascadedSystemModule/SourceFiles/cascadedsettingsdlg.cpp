@@ -228,8 +228,8 @@ bool CascadedSettingsDlg::isCascadeAvailable()
     const VersionInfo &prot = beVers->protocol();
     if (prot < VersionInfo(1, 7, 0)) {
         sendErrorReport(iom, QStringLiteral("Error: Version of the Controller (pv v%1.%2) is too old ")
-                        .arg(prot.major())
-                        .arg(prot.minor()));
+                                 .arg(prot.major())
+                                 .arg(prot.minor()));
         return false;
     }
     char answer[AnswerSize] = {0};
@@ -352,7 +352,8 @@ void CascadedSettingsDlg::update_listPrimarySelectedSlaves()
     for (int i = 1; i <= count; ++i) {
         char ip[AnswerSize] = {0};
         if (iom->get_parameter(ip, ConnectedSlave, i) != 0) {
-            sendErrorReport(iom, QStringLiteral("Error: Unable to get the IP address of the connected Cascaded System slave"));
+            sendErrorReport(iom,
+                            QStringLiteral("Error: Unable to get the IP address of the connected Cascaded System slave"));
             continue;
         }
         terminate(ip);
@@ -711,7 +712,8 @@ void CascadedSettingsDlg::update_lan_scan()
 {
     char answer[AnswerSize] = {0};
     if (iom->get_parameter(answer, ScanSlavesLan) != 0) {
-        sendErrorReport(iom, QStringLiteral("Error: Unable to get the status for scanning for Cascaded System slaves in the LAN"));
+        sendErrorReport(iom,
+                        QStringLiteral("Error: Unable to get the status for scanning for Cascaded System slaves in the LAN"));
         std::strcpy(answer, No);
     }
     terminate(answer);
