@@ -1,156 +1,32 @@
 #include "cascadedsettingsdlg.h"
 
-#include <QBrush>
 #include <QCursor>
-#include <QHeaderView>
-#include <QHelpEvent>
 #include <QMessageBox>
 #include <QSet>
 #include <QTableWidgetItem>
-#include <QToolTip>
+#include <QTextDocumentFragment>
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 
 #include "BackendVersions.h"
 #include "IOManager.h"
 #include "cascadecommands.h"
 #include "endlessprogressdlg.h"
+#include "errorreport.h"
 #include "handprobe.h"
 #include "qtcompat.h"
-#include "vx_udptcp.h"
+#include "slavetable.h"
 
 using namespace CascadeCommands;
+using namespace SlaveRows;
 
 namespace {
 
-// Host message fields of every error report.
-const char ErrorReceiver[] = "standard";
-const char ErrorSender[] = "VESTRAL";
-const int ErrorType = 1;
-
-const int RowHeightAvailable = 20;
-const int RowHeightSelected = 28;
-const int NameColumnWidth = 140;
-const int ColName = 0;
-const int ColIp = 1;
-const int ColAvailable = 2;
-
-// A grey or red row differs from the others by its colour alone; a screen
-// reader reads the cell text filled into this pattern for each of its
-// visible cells instead.
-QString statePattern(Qt::GlobalColor color)
+void showSlave(QTableWidget *table, int row, const SlaveInfo *slave, const RowLook &look)
 {
-    return color == Qt::red ? CascadedSettingsDlg::tr("%1 (not reachable)")
-                            : CascadedSettingsDlg::tr("%1 (not available)");
+    fillRow(table, row, slave->hostname(), slave->ip(), slave->availableStr(), look);
 }
-
-void setRowForeground(QTableWidget *table, int row, Qt::GlobalColor color)
-{
-    const QString pattern = statePattern(color);
-    for (int c = 0; c < table->columnCount(); ++c) {
-        if (QTableWidgetItem *item = table->item(row, c)) {
-            item->setForeground(QBrush(color));
-            if (c != ColAvailable)
-                item->setData(Qt::AccessibleTextRole, pattern.arg(item->text()));
-        }
-    }
-}
-
-QString cellText(const QTableWidget *table, int row, int column)
-{
-    const QTableWidgetItem *item = table->item(row, column);
-    return item ? item->text() : QString();
-}
-
-void setupTable(QTableWidget *table, int rowHeight)
-{
-    table->setColumnCount(3);
-    table->setRowCount(0);
-    table->setHorizontalHeaderLabels(QStringList() << QStringLiteral("Name") << QStringLiteral("IP")
-                                                   << QStringLiteral("Available"));
-    table->verticalHeader()->hide();
-    // Let rows be as low as the lowest row height in use; the header's own
-    // minimum follows the font and would otherwise win.
-    table->verticalHeader()->setMinimumSectionSize(RowHeightAvailable);
-    // Every row gets the table's height as it is created, with no per-row resize.
-    table->verticalHeader()->setDefaultSectionSize(rowHeight);
-    QHeaderView *header = table->horizontalHeader();
-    header->setSectionHidden(ColAvailable, true);
-    header->setSectionsClickable(false);
-    header->setStretchLastSection(true);
-    table->setSelectionMode(QAbstractItemView::SingleSelection);
-    table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    // Tab and Shift+Tab leave the table for the next widget of the dialog
-    // instead of walking its cells; the arrow keys still move the current row.
-    table->setTabKeyNavigation(false);
-    table->setColumnWidth(ColName, NameColumnWidth);
-}
-
-// Items are coloured before they are inserted: a change after insertion
-// costs the model a change notice per item. A coloured row also gets the
-// texts a screen reader reads for its visible cells (see statePattern).
-void fillRow(QTableWidget *table, int row, const SlaveInfo *slave, const QBrush *foreground = nullptr,
-             const QString &pattern = QString())
-{
-    const QString texts[] = {slave->hostname(), slave->ip(), slave->availableStr()};
-    for (int column = ColName; column <= ColAvailable; ++column) {
-        auto *item = new QTableWidgetItem(texts[column]);
-        if (foreground) {
-            item->setForeground(*foreground);
-            if (column != ColAvailable)
-                item->setData(Qt::AccessibleTextRole, pattern.arg(texts[column]));
-        }
-        table->setItem(row, column, item);
-    }
-}
-
-// The tool tip of every cell of a table: the row's full hostname, which the
-// 140-pixel Name column cuts, and on a second line what else the last scan
-// told about that controller (model, version). Worked out when the mouse
-// rests on a cell instead of being stored in every item, which would nearly
-// double the cost of rebuilding a long available list.
-class RowToolTips : public QObject
-{
-public:
-    RowToolTips(QTableWidget *table, std::function<QString(const QString &ip)> description)
-        : QObject(table), m_table(table), m_description(std::move(description))
-    {
-        table->viewport()->installEventFilter(this);
-    }
-
-    QString toolTip(int row) const
-    {
-        const QString hostname = cellText(m_table, row, ColName);
-        const QString details = m_description(cellText(m_table, row, ColIp)).section(QLatin1Char(' '), 1);
-        if (hostname.isEmpty() || details.isEmpty())
-            return hostname.isEmpty() ? details : hostname;
-        return hostname + QLatin1Char('\n') + details;
-    }
-
-protected:
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() != QEvent::ToolTip)
-            return false;
-        auto *help = static_cast<QHelpEvent *>(event);
-        const QModelIndex index = m_table->indexAt(help->pos());
-        const QString tip = index.isValid() ? toolTip(index.row()) : QString();
-        if (tip.isEmpty()) {
-            QToolTip::hideText();
-            event->ignore();
-        } else {
-            QToolTip::showText(help->globalPos(), tip, m_table->viewport(), m_table->visualRect(index));
-        }
-        return true;
-    }
-
-private:
-    QTableWidget *m_table;
-    std::function<QString(const QString &ip)> m_description;
-};
 
 void deleteAll(QList<SlaveInfo *> &list)
 {
@@ -162,6 +38,22 @@ void deleteAll(QList<SlaveInfo *> &list)
 // Makes sure a text answer is terminated inside its buffer whatever the host
 // wrote, so that it is never read past its end.
 void terminate(char *answer) { answer[AnswerSize - 1] = '\0'; }
+
+// Sends the slave command (add or remove, the address as its argument) under
+// the slave time-out and reports sendFailure when it could not be sent,
+// answerFailure when the controller did not answer exactly "korvane ok".
+void sendSlaveCommand(IOManager *iom, const char *command, const QString &ip, const char *sendFailure,
+                      const char *answerFailure)
+{
+    iom->set_timeout(SlaveTimeout[0], SlaveTimeout[1], SlaveTimeout[2]);
+    char answer[AnswerSize] = {0};
+    const int result = iom->send_command(answer, command, ip.toLatin1().constData());
+    terminate(answer);
+    if (result != 0)
+        sendErrorReport(iom, QLatin1String(sendFailure));
+    else if (!isExactly(answer, KorvaneOk))
+        sendErrorReport(iom, QLatin1String(answerFailure));
+}
 
 } // namespace
 
@@ -213,8 +105,15 @@ CascadedSettingsDlg::CascadedSettingsDlg(IOManager *iom, QWidget *parent, Backen
     setup_tableWidget_selected();
     setupAccessibility();
     const auto description = [this](const QString &ip) { return scanDescription(ip); };
-    new RowToolTips(ui.tableWidget_available, description);
-    new RowToolTips(ui.tableWidget_selected, description);
+    installRowToolTips(ui.tableWidget_available, description);
+    installRowToolTips(ui.tableWidget_selected, description);
+
+    // A keyboard user moves the current row instead of clicking it; the row
+    // then counts as clicked, so that the buttons follow it.
+    connect(ui.tableWidget_available, &SlaveTable::currentRowChangedByKey, this,
+            [this](int row, int column) { on_tableWidget_available_cellClicked(row, column); });
+    connect(ui.tableWidget_selected, &SlaveTable::currentRowChangedByKey, this,
+            [this](int row, int column) { on_tableWidget_selected_cellClicked(row, column); });
 
     list_availableSlaves.clear();
     list_primarySelectedSlaves.clear();
@@ -278,12 +177,6 @@ QString CascadedSettingsDlg::scanDescription(const QString &ip) const
     return QString();
 }
 
-void CascadedSettingsDlg::reportError(const QString &text)
-{
-    if (iom)
-        iom->send_message(ErrorReceiver, ErrorSender, ErrorType, text.toLatin1().constData());
-}
-
 // ---- Opening sequence -----------------------------------------------------------
 
 int CascadedSettingsDlg::update_and_exec()
@@ -293,6 +186,7 @@ int CascadedSettingsDlg::update_and_exec()
     if (isCascadeAvailable()) {
         enableDialog(true);
         ui.label_error->hide();
+        setAccessibleDescription(QString());
         bUserAction = false;
         update_lan_scan();
         on_pushButton_update_clicked();
@@ -310,6 +204,9 @@ int CascadedSettingsDlg::update_and_exec()
     enableDialog(false);
     ui.label_error->setText(tr("<b><font color=red>Cascaded System is not available!</font></b>"));
     ui.label_error->show();
+    // A screen reader reads the description with the dialog, so a user who
+    // lands on Cancel learns why nothing else can be used.
+    setAccessibleDescription(QTextDocumentFragment::fromHtml(ui.label_error->text()).toPlainText());
     return exec();
 }
 
@@ -330,14 +227,14 @@ bool CascadedSettingsDlg::isCascadeAvailable()
         return false; // without the host's collaborators there is nothing to ask
     const VersionInfo &prot = beVers->protocol();
     if (prot < VersionInfo(1, 7, 0)) {
-        reportError(QStringLiteral("Error: Version of the Controller (pv v%1.%2) is too old ")
-                        .arg(prot.major())
-                        .arg(prot.minor()));
+        sendErrorReport(iom, QStringLiteral("Error: Version of the Controller (pv v%1.%2) is too old ")
+                                 .arg(prot.major())
+                                 .arg(prot.minor()));
         return false;
     }
     char answer[AnswerSize] = {0};
     if (iom->get_parameter(answer, CascadeAvailable) != 0) {
-        reportError(QStringLiteral("Error: Unable to get availability of the Cascaded System"));
+        sendErrorReport(iom, QStringLiteral("Error: Unable to get availability of the Cascaded System"));
         return false;
     }
     terminate(answer);
@@ -381,10 +278,10 @@ void CascadedSettingsDlg::on_pushButton_cancel_clicked()
     if (m_old_scan_LAN != m_scan_LAN && iom) {
         if (m_old_scan_LAN) {
             if (iom->set_parameter(SetScanSlavesLanYes) != 0)
-                reportError(QStringLiteral("Error: Unable to enable scan LAN for the Cascaded System"));
+                sendErrorReport(iom, QStringLiteral("Error: Unable to enable scan LAN for the Cascaded System"));
         } else {
             if (iom->set_parameter(SetScanSlavesLanNo) != 0)
-                reportError(QStringLiteral("Error: Unable to disable scan LAN for the Cascaded System"));
+                sendErrorReport(iom, QStringLiteral("Error: Unable to disable scan LAN for the Cascaded System"));
         }
     }
     done(QDialog::Rejected);
@@ -418,17 +315,14 @@ void CascadedSettingsDlg::setup_tableWidget_selected()
 void CascadedSettingsDlg::update_tableWidget_available()
 {
     QTableWidget *table = ui.tableWidget_available;
-    const QBrush grey(Qt::gray);
-    const QString greyText = statePattern(Qt::gray);
+    const RowLook normal(RowState::Normal);
+    const RowLook grey(RowState::NotAvailable);
     table->setUpdatesEnabled(false);
     table->clearContents();
     table->setRowCount(list_availableSlaves.size());
     for (int i = 0; i < list_availableSlaves.size(); ++i) {
         const SlaveInfo *slave = list_availableSlaves.at(i);
-        if (slave->available())
-            fillRow(table, i, slave);
-        else
-            fillRow(table, i, slave, &grey, greyText);
+        showSlave(table, i, slave, slave->available() ? normal : grey);
     }
     table->setUpdatesEnabled(true);
 }
@@ -438,8 +332,9 @@ void CascadedSettingsDlg::update_tableWidget_selected()
     QTableWidget *table = ui.tableWidget_selected;
     table->clearContents();
     table->setRowCount(list_primarySelectedSlaves.size());
-    for (int i = 0; i < list_primarySelectedSlaves.size(); ++i)
-        fillRow(table, i, list_primarySelectedSlaves.at(i));
+    const RowLook normal(RowState::Normal);
+    for (int row = 0; row < list_primarySelectedSlaves.size(); ++row)
+        showSlave(table, row, list_primarySelectedSlaves.at(row), normal);
 }
 
 // ---- Connected slaves ------------------------------------------------------------------
@@ -448,7 +343,7 @@ void CascadedSettingsDlg::update_listPrimarySelectedSlaves()
 {
     int count = 0;
     if (iom->get_parameter_int(&count, NumberOfConnectedSlaves) != 0) {
-        reportError(QStringLiteral("Error: Unable to get the number of the connected slaves"));
+        sendErrorReport(iom, QStringLiteral("Error: Unable to get the number of the connected slaves"));
         count = 0;
     }
 
@@ -457,7 +352,8 @@ void CascadedSettingsDlg::update_listPrimarySelectedSlaves()
     for (int i = 1; i <= count; ++i) {
         char ip[AnswerSize] = {0};
         if (iom->get_parameter(ip, ConnectedSlave, i) != 0) {
-            reportError(QStringLiteral("Error: Unable to get the IP address of the connected Cascaded System slave"));
+            sendErrorReport(iom,
+                            QStringLiteral("Error: Unable to get the IP address of the connected Cascaded System slave"));
             continue;
         }
         terminate(ip);
@@ -505,7 +401,7 @@ void CascadedSettingsDlg::updateConnectedSlaveAvailability()
             item->setText(QString::fromLatin1(No));
         else
             table->setItem(row, ColAvailable, new QTableWidgetItem(QString::fromLatin1(No)));
-        setRowForeground(table, row, Qt::red);
+        setRowState(table, row, RowState::NotReachable);
     }
 }
 
@@ -515,7 +411,7 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
 {
     int count = 0;
     if (iom->get_parameter_int(&count, NumberOfScannedSlaves) != 0) {
-        reportError(QStringLiteral("Error: Unable to get the number of the scanned slaves"));
+        sendErrorReport(iom, QStringLiteral("Error: Unable to get the number of the scanned slaves"));
         count = 0;
     }
 
@@ -526,8 +422,9 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
 
     timerUpdateAvailableSlaves.stop();
     deleteAll(list_availableSlaves);
+    // Nothing is reserved by the count: it comes from the controller and may
+    // be absurd. The lists grow by the entries actually read.
     m_scanDescriptions.clear();
-    m_scanDescriptions.reserve(qMax(count, 0));
 
     // Controllers already in the selected table are greyed.
     QSet<QString> selectedIps;
@@ -565,23 +462,27 @@ void CascadedSettingsDlg::update_listAvailableSlaves()
 
 // ---- Select and deselect ---------------------------------------------------------------
 
-void CascadedSettingsDlg::activateSelectButton()
+// A row of the available table can be selected when its hidden Available
+// text is "yes" and its address stands in no row of the selected table.
+bool CascadedSettingsDlg::isSelectable(int row) const
 {
     const QTableWidget *available = ui.tableWidget_available;
-    const int row = available->currentRow();
-    if (row < 0 || cellText(available, row, ColAvailable) != QLatin1String(Yes)) {
-        ui.pushButton_select->setEnabled(false);
-        return;
-    }
+    if (row < 0 || cellText(available, row, ColAvailable) != QLatin1String(Yes))
+        return false;
     const QString ip = cellText(available, row, ColIp);
     const QTableWidget *selected = ui.tableWidget_selected;
     for (int r = 0; r < selected->rowCount(); ++r) {
-        if (cellText(selected, r, ColIp) == ip) {
-            ui.pushButton_select->setEnabled(false);
-            return;
-        }
+        if (cellText(selected, r, ColIp) == ip)
+            return false;
     }
-    if (!m_is_config_locked)
+    return true;
+}
+
+void CascadedSettingsDlg::activateSelectButton()
+{
+    if (!isSelectable(ui.tableWidget_available->currentRow()))
+        ui.pushButton_select->setEnabled(false);
+    else if (!m_is_config_locked)
         ui.pushButton_select->setEnabled(true);
 }
 
@@ -610,18 +511,18 @@ void CascadedSettingsDlg::on_pushButton_select_clicked()
 {
     QTableWidget *available = ui.tableWidget_available;
     const int iRow = available->currentRow();
-    // The available table shows list_availableSlaves row for row.
-    if (iRow < 0 || iRow >= list_availableSlaves.size())
-        return;
-    if (cellText(available, iRow, ColAvailable) != QLatin1String(Yes))
+    // The available table shows list_availableSlaves row for row. The rule is
+    // checked again here: a controller already selected is never added twice,
+    // whatever row became current since the button was enabled.
+    if (iRow < 0 || iRow >= list_availableSlaves.size() || !isSelectable(iRow))
         return;
 
     QTableWidget *selected = ui.tableWidget_selected;
     const int n = selected->rowCount();
     selected->setRowCount(n + 1);
-    fillRow(selected, n, list_availableSlaves.at(iRow));
+    showSlave(selected, n, list_availableSlaves.at(iRow), RowLook(RowState::Normal));
 
-    setRowForeground(available, iRow, Qt::gray);
+    setRowState(available, iRow, RowState::NotAvailable);
     available->setCurrentCell(-1, 0);
 
     activateSelectButton();
@@ -689,15 +590,9 @@ bool CascadedSettingsDlg::isAvailableAsSlave(QString sIp)
 
 bool CascadedSettingsDlg::isIpInListAvailableSlaves(QString sIp)
 {
-    QString key = sIp;
-    if (!isIpAddress(sIp)) {
-        const unsigned int ip = vx_ip_name2ip(sIp.toLatin1().constData());
-        if (ip == 0)
-            return false;
-        int a = 0, b = 0, c = 0, d = 0;
-        vx_ip_ip2num(&a, &b, &c, &d, ip);
-        key = QStringLiteral("%1.%2.%3.%4").arg(a).arg(b).arg(c).arg(d);
-    }
+    const QString key = isIpAddress(sIp) ? sIp : HandProbe::addressOf(sIp);
+    if (key.isEmpty())
+        return false;
     for (const SlaveInfo *slave : qAsConst(list_availableSlaves)) {
         if (slave->ip() == key)
             return true;
@@ -732,7 +627,7 @@ void CascadedSettingsDlg::on_pushButton_addSlave_clicked()
 
     char result[AnswerSize] = {0};
     if (iom->send_command(result, CmdAddScannedSlave, sIp.toLatin1().constData()) != 0)
-        reportError(QStringLiteral("Error: Unable to add Cascaded System slave %1").arg(sIp));
+        sendErrorReport(iom, QStringLiteral("Error: Unable to add Cascaded System slave %1").arg(sIp));
 
     bSomethingChanged = true;
     timerUpdateAvailableSlaves.start(100);
@@ -759,10 +654,10 @@ void CascadedSettingsDlg::on_pushButton_ok_clicked()
 
         if (ui.checkBox_wol->checkState() == Qt::Checked) {
             if (iom->set_parameter(SetWolSlavesYes) != 0)
-                reportError(QStringLiteral("Error: Unable set WOL to Cascaded System slaves"));
+                sendErrorReport(iom, QStringLiteral("Error: Unable set WOL to Cascaded System slaves"));
         } else {
             if (iom->set_parameter(SetWolSlavesNo) != 0)
-                reportError(QStringLiteral("Error: Unable reset WOL to Cascaded System slaves"));
+                sendErrorReport(iom, QStringLiteral("Error: Unable reset WOL to Cascaded System slaves"));
         }
 
         iom->send_message("GlobalEvent", "Korvane", 2, "New Hardware");
@@ -781,15 +676,8 @@ void CascadedSettingsDlg::removeDeselectedSlaves()
             stays = cellText(selected, row, ColIp) == slave->ip();
         if (stays)
             continue;
-
-        iom->set_timeout(SlaveTimeout[0], SlaveTimeout[1], SlaveTimeout[2]);
-        char answer[AnswerSize] = {0};
-        const int result = iom->send_command(answer, CmdSubSlave, slave->ip().toLatin1().constData());
-        terminate(answer);
-        if (result != 0)
-            reportError(QStringLiteral("Error: Unable to disconnect Cascaded System slave"));
-        else if (!isExactly(answer, KorvaneOk))
-            reportError(QStringLiteral("Error: Unable to disconnect the Cascaded System slave"));
+        sendSlaveCommand(iom, CmdSubSlave, slave->ip(), "Error: Unable to disconnect Cascaded System slave",
+                         "Error: Unable to disconnect the Cascaded System slave");
     }
 }
 
@@ -800,23 +688,15 @@ void CascadedSettingsDlg::addSelectedSlaves()
         const QString ip = cellText(selected, row, ColIp);
         if (isInListprimarySelectedSlaves(ip))
             continue; // already connected
-        const QByteArray ipBytes = ip.toLatin1();
 
         // Without the LAN scan the controller knows only the controllers it
         // was told about; register the new slave first.
         if (!ui.checkBox_scanLan->isChecked() && !isIpInListAvailableSlaves(ip)) {
             char ignored[AnswerSize] = {0};
-            iom->send_command(ignored, CmdAddScannedSlave, ipBytes.constData());
+            iom->send_command(ignored, CmdAddScannedSlave, ip.toLatin1().constData());
         }
-
-        iom->set_timeout(SlaveTimeout[0], SlaveTimeout[1], SlaveTimeout[2]);
-        char answer[AnswerSize] = {0};
-        const int result = iom->send_command(answer, CmdAddSlave, ipBytes.constData());
-        terminate(answer);
-        if (result != 0)
-            reportError(QStringLiteral("Error: Unable to connect Cascaded System slave"));
-        else if (!isExactly(answer, KorvaneOk))
-            reportError(QStringLiteral("Error: Unable to connect the Cascaded System slave"));
+        sendSlaveCommand(iom, CmdAddSlave, ip, "Error: Unable to connect Cascaded System slave",
+                         "Error: Unable to connect the Cascaded System slave");
     }
 }
 
@@ -832,7 +712,8 @@ void CascadedSettingsDlg::update_lan_scan()
 {
     char answer[AnswerSize] = {0};
     if (iom->get_parameter(answer, ScanSlavesLan) != 0) {
-        reportError(QStringLiteral("Error: Unable to get the status for scanning for Cascaded System slaves in the LAN"));
+        sendErrorReport(iom,
+                        QStringLiteral("Error: Unable to get the status for scanning for Cascaded System slaves in the LAN"));
         std::strcpy(answer, No);
     }
     terminate(answer);
@@ -855,14 +736,14 @@ void CascadedSettingsDlg::on_checkBox_scanLan_stateChanged(int state)
             m_scan_LAN = true;
             on_pushButton_update_clicked();
         } else {
-            reportError(QStringLiteral("Error: Unable to enable scan LAN for the Cascaded System"));
+            sendErrorReport(iom, QStringLiteral("Error: Unable to enable scan LAN for the Cascaded System"));
         }
     } else {
         if (iom->set_parameter(SetScanSlavesLanNo) == 0) {
             m_scan_LAN = false;
             on_pushButton_update_clicked();
         } else {
-            reportError(QStringLiteral("Error: Unable to disable scan LAN for the Cascaded System"));
+            sendErrorReport(iom, QStringLiteral("Error: Unable to disable scan LAN for the Cascaded System"));
         }
     }
 }
@@ -871,7 +752,7 @@ void CascadedSettingsDlg::update_checkBox_wol()
 {
     char answer[AnswerSize] = {0};
     if (iom->get_parameter(answer, WolSlaves) != 0) {
-        reportError(QStringLiteral("Error: Unable to get the WOL status of the Cascaded System slaves"));
+        sendErrorReport(iom, QStringLiteral("Error: Unable to get the WOL status of the Cascaded System slaves"));
         std::strcpy(answer, No);
         ui.checkBox_wol->setEnabled(false);
     } else if (!m_is_config_locked) {

@@ -81,7 +81,6 @@ private:
     bool is_config_locked();
     bool isCascadeAvailable();
     void enableDialog(bool enable);
-    void reportError(const QString &text);
     void setupAccessibility();
     QString scanDescription(const QString &ip) const;
 
@@ -96,6 +95,7 @@ private:
     bool isInListprimarySelectedSlaves(QString sIp);
 
     // Select and deselect
+    bool isSelectable(int row) const;
     void activateSelectButton();
     void activateDeselectButton();
 

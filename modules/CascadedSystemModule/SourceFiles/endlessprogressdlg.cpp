@@ -2,6 +2,7 @@
 
 #include "IOManager.h"
 #include "cascadecommands.h"
+#include "errorreport.h"
 
 using namespace CascadeCommands;
 
@@ -28,10 +29,10 @@ int EndlessProgressDlg::update_and_exec()
     result[AnswerSize - 1] = '\0';
     if (commandSucceeded(rc, result)) {
         timer.start(PollIntervalMs);
-    } else if (iom) {
+    } else {
         // Without a started scan there is nothing to wait for: the dialog
         // stays until the user closes it.
-        iom->send_message("standard", "VESTRAL", 1, "Error: Unable to start scan for Controller as slaves");
+        sendErrorReport(iom, QStringLiteral("Error: Unable to start scan for Controller as slaves"));
     }
     return exec();
 }
@@ -40,7 +41,7 @@ void EndlessProgressDlg::onTimer()
 {
     int num_slaves = -1;
     if (iom->get_parameter_int(&num_slaves, NumberOfScannedSlaves) != 0) {
-        iom->send_message("standard", "VESTRAL", 1, "Error: Unable to get number of slaves");
+        sendErrorReport(iom, QStringLiteral("Error: Unable to get number of slaves"));
         return;
     }
     // A negative count means the scan is still running.

@@ -46,6 +46,16 @@ bool probeController(const QString &name, Dialogue dialogue)
 
 namespace HandProbe {
 
+QString addressOf(const QString &name)
+{
+    const unsigned int ip = vx_ip_name2ip(name.toLatin1().constData());
+    if (ip == 0)
+        return QString();
+    int a = 0, b = 0, c = 0, d = 0;
+    vx_ip_ip2num(&a, &b, &c, &d, ip);
+    return QStringLiteral("%1.%2.%3.%4").arg(a).arg(b).arg(c).arg(d);
+}
+
 bool answersAsController(const QString &name)
 {
     return probeController(name, [](vx_ip_socket_type sock, unsigned int ip) {

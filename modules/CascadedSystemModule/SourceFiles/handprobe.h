@@ -9,6 +9,10 @@
 
 namespace HandProbe {
 
+// The dotted address ("10.0.0.5") that name resolves to, or an empty text
+// when it does not resolve.
+QString addressOf(const QString &name);
+
 // Whether name (an address or a host name) resolves and answers the version
 // and access requests as a controller does.
 bool answersAsController(const QString &name);

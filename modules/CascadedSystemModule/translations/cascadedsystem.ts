@@ -272,5 +272,9 @@ p, li { white-space: pre-wrap; }
         <source>scanning for Cascaded System slaves...</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>Scan progress</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

@@ -296,5 +296,9 @@ p, li { white-space: pre-wrap; }
         <source>scanning for Cascaded System slaves...</source>
         <translation>Suche nach Slaves des kaskadierten Systems...</translation>
     </message>
+    <message>
+        <source>Scan progress</source>
+        <translation>Fortschritt der Suche</translation>
+    </message>
 </context>
 </TS>

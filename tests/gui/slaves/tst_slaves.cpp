@@ -3,6 +3,8 @@
 #include <QtTest>
 #include <algorithm>
 #include <memory>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "BackendVersions.h"
 #include "cascadedsettingsdlg.h"
@@ -250,6 +252,45 @@ private slots:
         QCOMPARE(DialogAccess::availableSlaves(*dlg).size(), expectRows.size());
         QVERIFY(!DialogAccess::listTimer(*dlg).isActive());
         QCOMPARE(iom->errors().size(), countResult);
+    }
+
+    // A controller may report 2^31 scanned controllers: the rebuild reads
+    // entry after entry (the test stops it after two) within a small address
+    // space, and never reserves room by the count.
+    void absurdScanCount()
+    {
+        struct Stop {};
+        struct EndlessScan : ScriptedIOManager {
+            int reads = 0;
+            int get_parameter(char *answer, const char *, ...) override
+            {
+                if (++reads > 6)
+                    throw Stop();
+                *answer = '\0';
+                return 1;
+            }
+        };
+        iom.reset(new EndlessScan);
+        iom->answerInt("cascade number_of_scanned_slaves", 2147483647);
+        makeDialog();
+        rlimit saved{}, limit{};
+        QVERIFY(getrlimit(RLIMIT_AS, &saved) == 0);
+        QFile statm("/proc/self/statm");
+        QVERIFY(statm.open(QIODevice::ReadOnly));
+        limit.rlim_cur = rlim_t(statm.readAll().split(' ').value(0).toULongLong()) * rlim_t(getpagesize()) + (1 << 30);
+        limit.rlim_max = saved.rlim_max;
+        QVERIFY(setrlimit(RLIMIT_AS, &limit) == 0);
+        QString outcome = "the rebuild ended";
+        try {
+            DialogAccess::rebuildAvailable(*dlg);
+        } catch (const Stop &) {
+            outcome = "stopped";
+        } catch (const std::bad_alloc &) {
+            outcome = "out of memory";
+        }
+        setrlimit(RLIMIT_AS, &saved);
+        QCOMPARE(outcome, QStringLiteral("stopped"));
+        QCOMPARE(DialogAccess::availableSlaves(*dlg).size(), 2);
     }
 
     void selectAndDeselect()
