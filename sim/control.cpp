@@ -109,7 +109,7 @@ int runControlClient(const QStringList &arguments)
     socket.connectToServer(absolute(path));
     if (!socket.waitForConnected(ClientTimeoutMs)) {
         std::fprintf(stderr, "cascade-sim ctl: no simulator at %s: %s\n", qPrintable(path),
-                     qPrintable(socket.errorString()));
+                     QFileInfo::exists(path) ? qPrintable(socket.errorString()) : "no such file");
         return 1;
     }
     socket.write(QJsonDocument(QJsonArray::fromStringList(arguments.mid(1))).toJson(QJsonDocument::Compact) + '\n');
@@ -124,7 +124,8 @@ int runControlClient(const QStringList &arguments)
         std::fprintf(stderr, "cascade-sim ctl: no answer from %s\n", qPrintable(path));
         return 1;
     }
-    std::fprintf(status == "ok" ? stdout : stderr, "%s%s", status == "ok" ? "" : "cascade-sim ctl: ",
-                 text.constData());
+    if (text.trimmed().size() > 0)
+        std::fprintf(status == "ok" ? stdout : stderr, "%s%s", status == "ok" ? "" : "cascade-sim ctl: ",
+                     text.constData());
     return status == "ok" ? 0 : 1;
 }

@@ -150,6 +150,13 @@ bool parseFault(const QJsonObject &o, const QString &what, Fault *f, QString *er
 
 bool readConditions(const QJsonObject &o, const QString &what, Conditions *c, QString *error)
 {
+    static const QStringList known = {"latency_ms", "jitter_ms", "udp_loss", "tcp_stall_chance", "tcp_stall_ms"};
+    for (auto it = o.begin(); it != o.end(); ++it) {
+        if (!known.contains(it.key())) {
+            *error = QStringLiteral("%1: \"%2\" is no condition").arg(what, it.key());
+            return false;
+        }
+    }
     Fields in(o, what, error);
     c->latencyMs = in.number("latency_ms", c->latencyMs, MaxMs);
     c->jitterMs = in.number("jitter_ms", c->jitterMs, MaxMs);
@@ -273,8 +280,10 @@ bool parseEvent(const QJsonObject &o, const QString &what, const QHash<QString, 
     if (!join.isEmpty()) {
         e->kind = Event::Kind::Join;
         e->join.conditions = lanConditions;
-        if (!parseController(join, &e->join, error))
+        if (!parseController(join, &e->join, error)) {
+            *error = QStringLiteral("%1: %2").arg(what, *error);
             return false;
+        }
         if (e->join.master) {
             *error = QStringLiteral("%1: \"join\" cannot bring a master").arg(what);
             return false;
@@ -286,7 +295,7 @@ bool parseEvent(const QJsonObject &o, const QString &what, const QHash<QString, 
         *error = QStringLiteral("%1: \"address\" \"%2\" is no controller of the scenario").arg(what, e->address);
         return false;
     }
-    if (leave == e->set.isEmpty()) {
+    if (leave != e->set.isEmpty()) {
         *error = QStringLiteral("%1: needs one of \"set\", \"leave\" or \"join\"").arg(what);
         return false;
     }
