@@ -140,11 +140,14 @@ void printHosts(const Scenario &scenario)
     }
 }
 
-// One UDP socket per controller, the master's listener and connections and
-// Qt's own: raises the soft limit as far as the hard one allows.
+// One UDP socket per controller (those that join later included), the
+// master's listener and connections and Qt's own: raises the soft limit as
+// far as the hard one allows.
 bool raiseFileLimit(const Scenario &scenario, const SimLimits &limits)
 {
-    const rlim_t needed = rlim_t(Scenario::MaxControllers) + rlim_t(limits.maxConnections) + 64;
+    rlim_t needed = rlim_t(scenario.controllers.size()) + rlim_t(limits.maxConnections) + 64;
+    for (const Event &e : scenario.events)
+        needed += e.kind == Event::Kind::Join ? 1 : 0;
     struct rlimit files = {};
     if (::getrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_cur >= needed)
         return true;
