@@ -1,25 +1,16 @@
 #include "controller.h"
 
 #include <QHostAddress>
-#include <QNetworkDatagram>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
-#include <QUdpSocket>
 #include <cstdio>
 
-#include "lan.h"
 #include "protocol.h"
-#include "requests.h"
-#include "tcpsession.h"
 
 using ControllerProtocol::Port;
 
 namespace {
-
-// Datagrams answered per event-loop pass, so that a flood on one controller's
-// port cannot starve the others or the TCP service.
-constexpr int DatagramsPerPass = 64;
 
 // Request texts in the verbose log: printable ASCII as it is, every other
 // byte as \xNN, at most 600 bytes.
@@ -40,24 +31,10 @@ std::string printable(const std::string &text)
 
 } // namespace
 
-bool versionQualifies(const QString &version)
-{
-    unsigned ma = 0, mi = 0, pa = 0;
-    const QByteArray v = version.toLatin1();
-    const char *p = v.constData();
-    if (*p == 'v')
-        ++p;
-    if (std::sscanf(p, "%u.%u.%u", &ma, &mi, &pa) != 3)
-        return false;
-    return ma > 2 || (ma == 2 && mi >= 6);
-}
-
-SimController::SimController(const ControllerConfig &config, SimLan *lan)
-    : QObject(lan), m_config(config), m_lan(lan), m_faults(config.faults),
-      m_cascade{config.connected, config.scanSlavesLan, config.wolSlaves, {}},
-      m_scan([this](const QString &ip, const std::string &request, std::string *reply, int *delayMs) {
-          return answerProbe(ip, request, reply, delayMs);
-      }, this)
+SimController::SimController(const ControllerConfig &config, const Setup &setup, QObject *parent)
+    : QObject(parent), m_config(config), m_setup(setup), m_faults(config.faults),
+      m_cascade{config.connected, config.scanSlavesLan, config.wolSlaves, {}}, m_scan(setup.probe, this),
+      m_dice(setup.seed, config.address)
 {
 }
 
@@ -66,73 +43,88 @@ SimController::~SimController()
     goOffline();
 }
 
-bool SimController::start(const SimLimits &limits, QString *error)
+bool SimController::start(QString *error)
 {
-    m_limits = limits;
     if (!m_config.online)
         return true;
-    const QHostAddress addr(m_config.address);
-    m_udp = new QUdpSocket(this);
-    if (!m_udp->bind(addr, Port, QUdpSocket::DontShareAddress)) {
-        *error = QStringLiteral("%1: UDP port %2: %3").arg(m_config.address).arg(Port).arg(m_udp->errorString());
+    m_config.online = false;
+    if (!bind(error))
         return false;
-    }
-    connect(m_udp, &QUdpSocket::readyRead, this, &SimController::onDatagrams);
-    if (m_config.master) {
-        m_tcp = new QTcpServer(this);
-        if (!m_tcp->listen(addr, Port)) {
-            *error = QStringLiteral("%1: TCP port %2: %3").arg(m_config.address).arg(Port).arg(m_tcp->errorString());
-            return false;
-        }
-        connect(m_tcp, &QTcpServer::newConnection, this, &SimController::onNewConnection);
-    }
-    m_online = true;
     if (m_config.offlineAfterMs > 0)
         QTimer::singleShot(m_config.offlineAfterMs, this, &SimController::goOffline);
     return true;
 }
 
-void SimController::goOffline()
+bool SimController::bind(QString *error)
 {
-    m_online = false;
-    m_scan.stop();
-    delete m_udp;
-    delete m_tcp; // closes the host's connections with it
-}
-
-// A probe of this controller's scan, answered by the target as it would
-// answer the datagram: nothing from an offline target.
-bool SimController::answerProbe(const QString &ip, const std::string &request, std::string *reply, int *delayMs)
-{
-    SimController *target = m_lan->find(ip);
-    if (!target || !target->isOnline())
+    QString why;
+    m_udpFd = m_setup.udp.open(m_config.address, Port,
+                               [this](int, const UdpDatagram &d) { onDatagram(d); }, &why);
+    if (m_udpFd < 0) {
+        *error = QStringLiteral("%1: UDP port %2: %3").arg(m_config.address).arg(Port).arg(why);
         return false;
-    const Answer a = target->respond(request);
-    target->logRequest("scan", request, a);
-    if (!a.send || a.disconnect)
-        return false;
-    *reply = a.text;
-    *delayMs = a.delayMs;
+    }
+    if (m_config.master) {
+        m_tcp = new QTcpServer(this);
+        if (!m_tcp->listen(QHostAddress(m_config.address), Port)) {
+            *error = QStringLiteral("%1: TCP port %2: %3").arg(m_config.address).arg(Port).arg(m_tcp->errorString());
+            goOffline();
+            return false;
+        }
+        connect(m_tcp, &QTcpServer::newConnection, this, &SimController::onNewConnection);
+    }
+    m_config.online = true;
     return true;
 }
 
-bool SimController::eligible() const
+void SimController::goOffline()
 {
-    return m_config.access == QLatin1String("full") && versionQualifies(m_config.version)
-           && m_config.canSlave == ControllerProtocol::Yes;
+    m_config.online = false;
+    m_scan.stop();
+    if (m_udpFd >= 0)
+        m_setup.udp.close(m_udpFd);
+    m_udpFd = -1;
+    ++m_udpGeneration;
+    delete m_tcp; // closes the host's connections with it
 }
 
-Answer SimController::respond(const std::string &requestText)
+bool SimController::change(const QJsonObject &fields, QString *error)
+{
+    ControllerConfig next = m_config;
+    if (!applySettings(fields, &next, error))
+        return false;
+    const bool wasOnline = m_config.online;
+    m_config = next;
+    m_config.online = wasOnline;
+    if (next.online && !wasOnline)
+        return bind(error);
+    if (!next.online && wasOnline)
+        goOffline();
+    return true;
+}
+
+Answer SimController::respond(const char *channel, const std::string &requestText)
 {
     Answer a;
-    if (!m_faults.apply(requestText, &a))
-        a.text = answerRequest(*this, SimProtocol::parseRequest(requestText));
+    if (!m_faults.apply(requestText, &a)) {
+        RequestContext context{m_config, m_cascade, m_scan, m_setup.lan};
+        a.text = answerRequest(context, SimProtocol::parseRequest(requestText));
+    }
+    const Conditions &c = m_config.conditions;
+    const bool tcp = channel[0] == 't';
+    if (!tcp && m_dice.losesDatagram(c)) {
+        logIgnored(channel, requestText, "lost to the LAN's UDP loss");
+        a.send = false;
+        return a;
+    }
+    a.delayMs += m_dice.latencyMs(c) + (tcp ? m_dice.stallMs(c) : 0);
+    logRequest(channel, requestText, a);
     return a;
 }
 
 void SimController::logRequest(const char *channel, const std::string &request, const Answer &a) const
 {
-    if (!m_lan->verbose())
+    if (!m_setup.verbose)
         return;
     const std::string reply = a.disconnect ? "(disconnect)" : a.send ? printable(a.text) : "(silent)";
     std::fprintf(stderr, "%s %s < %s\n%s %s > %s\n", qPrintable(address()), channel, printable(request).c_str(),
@@ -141,36 +133,24 @@ void SimController::logRequest(const char *channel, const std::string &request, 
 
 void SimController::logIgnored(const char *channel, const std::string &request, const char *why) const
 {
-    if (m_lan->verbose())
+    if (m_setup.verbose)
         std::fprintf(stderr, "%s %s < %s\n%s %s (%s)\n", qPrintable(address()), channel, printable(request).c_str(),
                      qPrintable(address()), channel, why);
 }
 
 // ---- UDP ----------------------------------------------------------------------
 
-void SimController::onDatagrams()
-{
-    m_datagramsScheduled = false;
-    for (int n = 0; n < DatagramsPerPass && m_udp && m_udp->hasPendingDatagrams(); ++n)
-        answerDatagram(m_udp->receiveDatagram(65536));
-    if (m_udp && m_udp->hasPendingDatagrams() && !m_datagramsScheduled) {
-        m_datagramsScheduled = true;
-        QTimer::singleShot(0, this, &SimController::onDatagrams);
-    }
-}
-
 // Over UDP a controller answers read requests only. Replies, writes, commands
 // and garbage get no answer: an answer to a reply could start two controllers
 // answering each other for ever, and the cascade is changed over TCP alone.
-void SimController::answerDatagram(const QNetworkDatagram &d)
+void SimController::onDatagram(const UdpDatagram &d)
 {
-    const QByteArray data = d.data();
     std::string text, why;
-    if (!SimProtocol::datagramText(data.constData(), size_t(data.size()), &text, &why)) {
-        logIgnored("udp", data.toStdString(), why.c_str());
+    if (!SimProtocol::datagramText(d.data.constData(), size_t(d.data.size()), &text, &why)) {
+        logIgnored("udp", d.data.toStdString(), why.c_str());
         return;
     }
-    if (d.senderPort() == Port && QHostAddress(d.senderAddress().toIPv4Address()) == QHostAddress(address())) {
+    if (d.fromPort == Port && QHostAddress(d.fromIp) == QHostAddress(address())) {
         logIgnored("udp", text, "sent from this controller's own port: not answered");
         return;
     }
@@ -178,22 +158,19 @@ void SimController::answerDatagram(const QNetworkDatagram &d)
         logIgnored("udp", text, "not a read request: not answered over UDP");
         return;
     }
-    const Answer a = respond(text);
-    logRequest("udp", text, a);
+    const Answer a = respond("udp", text);
     if (!a.send || a.disconnect)
         return;
-    QPointer<QUdpSocket> udp = m_udp;
     const QByteArray reply = QByteArray::fromStdString(a.text) + '\0';
-    const QHostAddress to = d.senderAddress();
-    const quint16 port = quint16(d.senderPort());
-    auto deliver = [udp, reply, to, port] {
-        if (udp)
-            udp->writeDatagram(reply, to, port);
-    };
-    if (a.delayMs > 0)
-        QTimer::singleShot(a.delayMs, this, deliver);
-    else
-        deliver();
+    if (a.delayMs <= 0) {
+        UdpPorts::send(m_udpFd, reply, d.fromIp, d.fromPort);
+        return;
+    }
+    const int generation = m_udpGeneration;
+    QTimer::singleShot(a.delayMs, this, [this, generation, reply, d] {
+        if (generation == m_udpGeneration && m_udpFd >= 0)
+            UdpPorts::send(m_udpFd, reply, d.fromIp, d.fromPort);
+    });
 }
 
 // ---- TCP ----------------------------------------------------------------------
@@ -202,7 +179,7 @@ void SimController::onNewConnection()
 {
     while (m_tcp && m_tcp->hasPendingConnections()) {
         QTcpSocket *socket = m_tcp->nextPendingConnection();
-        if (m_sessions >= m_limits.maxConnections) {
+        if (m_sessions >= m_setup.limits.maxConnections) {
             logIgnored("tcp", std::string(), "connection refused: too many connections");
             connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
             socket->write(QByteArray::fromStdString(SimProtocol::errorReply("too many connections")) + '\n');
@@ -210,7 +187,9 @@ void SimController::onNewConnection()
             continue;
         }
         ++m_sessions;
-        auto *session = new TcpSession(socket, this, m_limits);
+        auto *session = new TcpSession(
+            socket, [this](const std::string &line) { return respond("tcp", line); },
+            [this](const char *what) { logIgnored("tcp", std::string(), what); }, m_setup.limits);
         connect(session, &QObject::destroyed, this, [this] { --m_sessions; });
     }
 }

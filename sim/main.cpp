@@ -1,19 +1,23 @@
 // cascade-sim: simulates a LAN of controllers on loopback addresses, as
 // described by a scenario file. Prints one "ready" line on stdout once every
 // socket is bound; stops cleanly on SIGINT or SIGTERM; SIGUSR1 unplugs the
-// controllers the scenario marks "unplug_on_signal".
+// controllers the scenario marks "unplug_on_signal". With --control PATH it
+// takes live changes through a local socket; `cascade-sim ctl PATH COMMAND...`
+// sends them.
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <csignal>
 #include <sys/resource.h>
 #include <cstdio>
 #include <unistd.h>
 
 #include "ControllerProtocol.h"
+#include "control.h"
 #include "lan.h"
 #include "scenario.h"
 
@@ -52,17 +56,23 @@ bool installSignalHandlers()
            && sigaction(SIGUSR1, &sa, nullptr) == 0;
 }
 
-} // namespace
-
-int main(int argc, char *argv[])
+struct Options
 {
-    QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("cascade-sim"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(CASCADE_VERSION));
+    QString scenarioPath;
+    QString controlPath; // empty: no control socket
+    bool verbose = false;
+    bool hosts = false;
+    SimLimits limits;
+};
 
+// Reads the command line into *options; exits for --help and --version.
+// False (with the message printed) for a bad command line.
+bool parseOptions(const QCoreApplication &app, Options *options)
+{
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Simulates controllers on 127.x.y.z addresses (UDP and TCP port %1).").arg(ControllerProtocol::Port));
+        "Simulates controllers on 127.x.y.z addresses (UDP and TCP port %1).\n"
+        "cascade-sim ctl PATH COMMAND... changes a running simulator (see --control).").arg(ControllerProtocol::Port));
     parser.addHelpOption();
     // --version only: -v is the simulator's verbose option.
     const QCommandLineOption versionOption(QStringLiteral("version"),
@@ -86,58 +96,73 @@ int main(int argc, char *argv[])
     const QCommandLineOption hosts(QStringLiteral("hosts"),
                                    QStringLiteral("Print a hosts-file line (address, hostname) for each controller "
                                                   "of the scenario and exit."));
-    parser.addOptions({verbose, idle, connections, hosts});
+    const QCommandLineOption control(QStringLiteral("control"),
+                                     QStringLiteral("Take live changes through a local socket at this path, only "
+                                                    "for this user: cascade-sim ctl PATH set ADDRESS FIELD VALUE | "
+                                                    "status | reset."),
+                                     QStringLiteral("path"));
+    parser.addOptions({verbose, idle, connections, hosts, control});
     parser.process(app);
     if (parser.isSet(versionOption))
         parser.showVersion();
     if (parser.positionalArguments().size() != 1)
         parser.showHelp(2);
-    SimLimits limits;
     bool idleOk = false, connectionsOk = false;
     const double idleSeconds = parser.value(idle).toDouble(&idleOk);
-    limits.maxConnections = parser.value(connections).toInt(&connectionsOk);
-    if (!idleOk || idleSeconds <= 0 || idleSeconds > 86400 || !connectionsOk || limits.maxConnections < 1
-        || limits.maxConnections > 1000) {
+    options->limits.maxConnections = parser.value(connections).toInt(&connectionsOk);
+    if (!idleOk || idleSeconds <= 0 || idleSeconds > 86400 || !connectionsOk || options->limits.maxConnections < 1
+        || options->limits.maxConnections > 1000) {
         std::fprintf(stderr, "cascade-sim: --idle-timeout takes 0 < seconds <= 86400, --max-connections 1 to 1000\n");
-        return 2;
+        return false;
     }
-    limits.idleTimeoutMs = int(idleSeconds * 1000);
+    if (parser.isSet(control) && parser.value(control).isEmpty()) {
+        std::fprintf(stderr, "cascade-sim: --control takes the path of a socket to create\n");
+        return false;
+    }
+    options->limits.idleTimeoutMs = int(idleSeconds * 1000);
+    options->scenarioPath = parser.positionalArguments().first();
+    options->controlPath = parser.value(control);
+    options->verbose = parser.isSet(verbose);
+    options->hosts = parser.isSet(hosts);
+    return true;
+}
 
-    Scenario scenario;
-    QString error;
-    if (!scenario.load(parser.positionalArguments().first(), &error)) {
-        std::fprintf(stderr, "cascade-sim: %s\n", qPrintable(error));
-        return 2;
+// Lets a demo resolve the simulated hostnames: names that a hosts file
+// cannot hold (blanks, '#', none at all) are left out.
+void printHosts(const Scenario &scenario)
+{
+    for (const ControllerConfig &c : scenario.controllers) {
+        const QString name = c.hostname;
+        if (name.isEmpty() || name == c.address || name.contains(QLatin1Char('#'))
+            || name.contains(QRegularExpression(QStringLiteral("\\s"))))
+            continue;
+        std::printf("%s %s\n", qPrintable(c.address), name.toUtf8().constData());
     }
-    if (parser.isSet(hosts)) {
-        // Lets a demo resolve the simulated hostnames: names that a hosts
-        // file cannot hold (blanks, '#', none at all) are left out.
-        for (const ControllerConfig &c : scenario.controllers) {
-            const QString name = c.hostname;
-            if (name.isEmpty() || name == c.address || name.contains(QLatin1Char('#'))
-                || name.contains(QRegularExpression(QStringLiteral("\\s"))))
-                continue;
-            std::printf("%s %s\n", qPrintable(c.address), name.toUtf8().constData());
-        }
-        return 0;
-    }
-    if (!installSignalHandlers()) {
-        std::perror("cascade-sim: signal handlers");
-        return 1;
-    }
-    // One UDP socket per controller, the master's listener and connections
-    // and Qt's own: raise the soft limit as far as the hard one allows.
-    const rlim_t needed = rlim_t(scenario.controllers.size()) + rlim_t(limits.maxConnections) + 64;
+}
+
+// One UDP socket per controller (those that join later included), the
+// master's listener and connections and Qt's own: raises the soft limit as
+// far as the hard one allows.
+bool raiseFileLimit(const Scenario &scenario, const SimLimits &limits)
+{
+    rlim_t needed = rlim_t(scenario.controllers.size()) + rlim_t(limits.maxConnections) + 64;
+    for (const Event &e : scenario.events)
+        needed += e.kind == Event::Kind::Join ? 1 : 0;
     struct rlimit files = {};
-    if (::getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur < needed) {
-        files.rlim_cur = files.rlim_max == RLIM_INFINITY ? needed : qMin(needed, files.rlim_max);
-        if (::setrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_cur < needed) {
-            std::fprintf(stderr, "cascade-sim: %d controllers need %lu file descriptors; the limit is %lu\n",
-                         int(scenario.controllers.size()), (unsigned long)needed, (unsigned long)files.rlim_cur);
-            return 1;
-        }
-    }
-    SimLan lan(scenario, parser.isSet(verbose), limits);
+    if (::getrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_cur >= needed)
+        return true;
+    files.rlim_cur = files.rlim_max == RLIM_INFINITY ? needed : qMin(needed, files.rlim_max);
+    if (::setrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur >= needed)
+        return true;
+    std::fprintf(stderr, "cascade-sim: %d controllers need %lu file descriptors; the limit is %lu\n",
+                 int(scenario.controllers.size()), (unsigned long)needed, (unsigned long)files.rlim_cur);
+    return false;
+}
+
+// Runs the LAN until SIGINT or SIGTERM; the exit code.
+int run(QCoreApplication &app, const Options &options, const Scenario &scenario)
+{
+    SimLan lan(scenario, options.verbose, options.limits);
     QSocketNotifier notifier(g_signalPipe[0], QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated, &app, [&] {
         char c = 'q';
@@ -148,16 +173,14 @@ int main(int argc, char *argv[])
         }
         app.quit();
     });
-
-    if (!lan.start(&error)) {
+    QString error;
+    ControlServer control(lan);
+    if (!lan.start(&error) || (!options.controlPath.isEmpty() && !control.listen(options.controlPath, &error))) {
         std::fprintf(stderr, "cascade-sim: %s\n", qPrintable(error));
         return 1;
     }
-    int online = 0;
-    for (const SimController *c : lan.controllers())
-        online += c->isOnline() ? 1 : 0;
     std::printf("cascade-sim ready: master %s, %d controllers, %d online\n",
-                qPrintable(lan.master()->address()), int(lan.controllers().size()), online);
+                qPrintable(lan.master()->address()), lan.size(), lan.onlineCount());
     std::fflush(stdout);
 
     const int rc = app.exec();
@@ -165,4 +188,37 @@ int main(int argc, char *argv[])
     std::printf("cascade-sim stopped\n");
     std::fflush(stdout);
     return rc;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("cascade-sim"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(CASCADE_VERSION));
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == QLatin1String("ctl"))
+        return runControlClient(arguments.mid(2));
+
+    Options options;
+    if (!parseOptions(app, &options))
+        return 2;
+    Scenario scenario;
+    QString error;
+    if (!scenario.load(options.scenarioPath, &error)) {
+        std::fprintf(stderr, "cascade-sim: %s\n", qPrintable(error));
+        return 2;
+    }
+    if (options.hosts) {
+        printHosts(scenario);
+        return 0;
+    }
+    if (!installSignalHandlers()) {
+        std::perror("cascade-sim: signal handlers");
+        return 1;
+    }
+    if (!raiseFileLimit(scenario, options.limits))
+        return 1;
+    return run(app, options, scenario);
 }

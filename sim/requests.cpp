@@ -2,8 +2,7 @@
 
 #include <QHash>
 
-#include "controller.h"
-#include "lan.h"
+#include "eligibility.h"
 
 using SimProtocol::errorReply;
 using SimProtocol::okReply;
@@ -27,7 +26,7 @@ bool isYesNo(const QString &v)
 // A read is "<group> <name>" and, for some, an argument after it. A handler
 // gives the value, or sets *error and gives nothing.
 
-using ReadHandler = QString (*)(SimController &c, const QString &arg, std::string *error);
+using ReadHandler = QString (*)(RequestContext &c, const QString &arg, std::string *error);
 
 struct ReadEntry
 {
@@ -43,18 +42,18 @@ QString scannedDescription(const ScanEngine::Probed &p)
 }
 
 // Whether the probe showed a controller that may become a slave and is not one yet.
-QString scannedAvailable(SimController &c, const ScanEngine::Probed &p)
+QString scannedAvailable(RequestContext &c, const ScanEngine::Probed &p)
 {
-    const bool ok = p.values.value(QStringLiteral("system access")) == QLatin1String("full")
-                    && versionQualifies(p.values.value(QStringLiteral("system version")))
-                    && p.values.value(QStringLiteral("system can_slave")) == Yes
-                    && !c.cascade().connected.contains(p.ip);
+    const bool ok = mayBecomeSlave(p.values.value(QStringLiteral("system access")),
+                                   p.values.value(QStringLiteral("system version")),
+                                   p.values.value(QStringLiteral("system can_slave")))
+                    && !c.cascade.connected.contains(p.ip);
     return ok ? Yes : No;
 }
 
-const ScanEngine::Probed *scanEntry(SimController &c, const QString &ip, std::string *error)
+const ScanEngine::Probed *scanEntry(RequestContext &c, const QString &ip, std::string *error)
 {
-    const ScanEngine::Probed *p = c.scanner().isRunning() ? nullptr : c.scanner().find(ip);
+    const ScanEngine::Probed *p = c.scan.isRunning() ? nullptr : c.scan.find(ip);
     if (!p)
         *error = "not in the scan result: " + str(ip);
     return p;
@@ -63,57 +62,57 @@ const ScanEngine::Probed *scanEntry(SimController &c, const QString &ip, std::st
 const QHash<QString, ReadEntry> &readTable()
 {
     static const QHash<QString, ReadEntry> table = {
-        {"system version", {false, [](SimController &c, const QString &, std::string *) {
-             return QLatin1Char('v') + c.config().version; }}},
-        {"system access", {false, [](SimController &c, const QString &, std::string *) { return c.config().access; }}},
-        {"system can_slave", {false, [](SimController &c, const QString &, std::string *) { return c.config().canSlave; }}},
-        {"system hostname", {false, [](SimController &c, const QString &, std::string *) { return c.config().hostname; }}},
-        {"system model", {false, [](SimController &c, const QString &, std::string *) { return c.config().model; }}},
-        {"system protocol", {false, [](SimController &c, const QString &, std::string *) { return c.config().protocol; }}},
-        {"config is_changeable", {false, [](SimController &c, const QString &, std::string *) {
-             return c.config().configChangeable; }}},
-        {"cascade available", {false, [](SimController &c, const QString &, std::string *) {
-             return c.config().cascadeAvailable; }}},
-        {"cascade scan_slaves_lan", {false, [](SimController &c, const QString &, std::string *) {
-             return c.cascade().scanLan; }}},
-        {"cascade wol_slaves", {false, [](SimController &c, const QString &, std::string *) { return c.cascade().wol; }}},
-        {"cascade number_of_connected_slaves", {false, [](SimController &c, const QString &, std::string *) {
-             return QString::number(c.cascade().connected.size()); }}},
-        {"cascade number_of_scanned_slaves", {false, [](SimController &c, const QString &, std::string *) {
-             return QString::number(c.scanner().count()); }}},
-        {"cascade connected_slave", {true, [](SimController &c, const QString &arg, std::string *error) {
+        {"system version", {false, [](RequestContext &c, const QString &, std::string *) {
+             return QLatin1Char('v') + c.self.version; }}},
+        {"system access", {false, [](RequestContext &c, const QString &, std::string *) { return c.self.access; }}},
+        {"system can_slave", {false, [](RequestContext &c, const QString &, std::string *) { return c.self.canSlave; }}},
+        {"system hostname", {false, [](RequestContext &c, const QString &, std::string *) { return c.self.hostname; }}},
+        {"system model", {false, [](RequestContext &c, const QString &, std::string *) { return c.self.model; }}},
+        {"system protocol", {false, [](RequestContext &c, const QString &, std::string *) { return c.self.protocol; }}},
+        {"config is_changeable", {false, [](RequestContext &c, const QString &, std::string *) {
+             return c.self.configChangeable; }}},
+        {"cascade available", {false, [](RequestContext &c, const QString &, std::string *) {
+             return c.self.cascadeAvailable; }}},
+        {"cascade scan_slaves_lan", {false, [](RequestContext &c, const QString &, std::string *) {
+             return c.cascade.scanLan; }}},
+        {"cascade wol_slaves", {false, [](RequestContext &c, const QString &, std::string *) { return c.cascade.wol; }}},
+        {"cascade number_of_connected_slaves", {false, [](RequestContext &c, const QString &, std::string *) {
+             return QString::number(c.cascade.connected.size()); }}},
+        {"cascade number_of_scanned_slaves", {false, [](RequestContext &c, const QString &, std::string *) {
+             return QString::number(c.scan.count()); }}},
+        {"cascade connected_slave", {true, [](RequestContext &c, const QString &arg, std::string *error) {
              int index = 0;
-             if (!SimProtocol::parseIndex(str(arg), &index) || index > c.cascade().connected.size()) {
+             if (!SimProtocol::parseIndex(str(arg), &index) || index > c.cascade.connected.size()) {
                  *error = "no such entry: " + str(arg);
                  return QString();
              }
-             return c.cascade().connected.at(index - 1); }}},
-        {"cascade scanned_slave", {true, [](SimController &c, const QString &arg, std::string *error) {
+             return c.cascade.connected.at(index - 1); }}},
+        {"cascade scanned_slave", {true, [](RequestContext &c, const QString &arg, std::string *error) {
              int index = 0;
-             if (!SimProtocol::parseIndex(str(arg), &index) || index > c.scanner().count()) {
+             if (!SimProtocol::parseIndex(str(arg), &index) || index > c.scan.count()) {
                  *error = "no such entry: " + str(arg);
                  return QString();
              }
-             return c.scanner().entry(index - 1).ip; }}},
-        {"cascade connected_slave_available", {true, [](SimController &c, const QString &arg, std::string *) {
-             const SimController *s = c.lan()->find(arg);
-             return c.cascade().connected.contains(arg) && s && s->isOnline() ? Yes : No; }}},
-        {"system hostname_slave", {true, [](SimController &c, const QString &arg, std::string *error) {
-             const SimController *s = c.lan()->find(arg);
+             return c.scan.entry(index - 1).ip; }}},
+        {"cascade connected_slave_available", {true, [](RequestContext &c, const QString &arg, std::string *) {
+             const ControllerConfig *s = c.lan.find(arg);
+             return c.cascade.connected.contains(arg) && s && s->online ? Yes : No; }}},
+        {"system hostname_slave", {true, [](RequestContext &c, const QString &arg, std::string *error) {
+             const ControllerConfig *s = c.lan.find(arg);
              if (!s)
                  *error = "unknown controller " + str(arg);
-             return s ? s->config().hostname : QString(); }}},
-        {"cascade scanned_slave_controller", {true, [](SimController &c, const QString &arg, std::string *error) {
+             return s ? s->hostname : QString(); }}},
+        {"cascade scanned_slave_controller", {true, [](RequestContext &c, const QString &arg, std::string *error) {
              const ScanEngine::Probed *p = scanEntry(c, arg, error);
              return p ? scannedDescription(*p) : QString(); }}},
-        {"cascade scanned_slave_available", {true, [](SimController &c, const QString &arg, std::string *error) {
+        {"cascade scanned_slave_available", {true, [](RequestContext &c, const QString &arg, std::string *error) {
              const ScanEngine::Probed *p = scanEntry(c, arg, error);
              return p ? scannedAvailable(c, *p) : QString(); }}},
     };
     return table;
 }
 
-std::string answerRead(SimController &c, const QString &name)
+std::string answerRead(RequestContext &c, const QString &name)
 {
     const QString key = name.section(QLatin1Char(' '), 0, 1);
     const QString arg = name.section(QLatin1Char(' '), 2);
@@ -139,23 +138,23 @@ const QHash<QString, WriteTarget> &writeTable()
     return table;
 }
 
-std::string answerWrite(SimController &c, const QString &name, const QString &value)
+std::string answerWrite(RequestContext &c, const QString &name, const QString &value)
 {
     const auto it = writeTable().constFind(name);
     if (it == writeTable().constEnd())
         return errorReply("parameter cannot be written: " + str(name));
     if (!isYesNo(value))
         return errorReply("value must be yes or no: " + str(value));
-    if (c.config().configChangeable == No)
+    if (c.self.configChangeable == No)
         return errorReply("configuration is locked");
-    c.cascade().*(*it) = value;
+    c.cascade.*(*it) = value;
     return okReply();
 }
 
 // ---- Commands -------------------------------------------------------------------
 // "<group> <verb>" and, for all but the scan, one argument without blanks.
 
-using CommandHandler = std::string (*)(SimController &c, const QString &arg);
+using CommandHandler = std::string (*)(RequestContext &c, const QString &arg);
 
 struct CommandEntry
 {
@@ -163,62 +162,60 @@ struct CommandEntry
     CommandHandler handler;
 };
 
-std::string scanSlaves(SimController &c, const QString &)
+std::string scanSlaves(RequestContext &c, const QString &)
 {
-    if (c.config().cascadeAvailable != Yes)
+    if (c.self.cascadeAvailable != Yes)
         return errorReply("cascade not available");
-    if (c.scanner().isRunning())
+    if (c.scan.isRunning())
         return okReply(); // the running scan goes on
-    const bool lan = c.cascade().scanLan == Yes;
+    const bool lan = c.cascade.scanLan == Yes;
     QStringList targets;
     if (lan)
-        for (const SimController *other : c.lan()->controllers())
-            if (other != &c && other->config().scanVisible)
-                targets << other->address();
-    targets << c.cascade().handEntered; // the scan probes each target once
-    c.scanner().start(true, targets, lan ? c.config().scanDurationMs : 0);
+        targets = c.lan.scanReach(c.self.address);
+    targets << c.cascade.handEntered; // the scan probes each target once
+    c.scan.start(true, targets, lan ? c.self.scanDurationMs : 0);
     return okReply();
 }
 
 // A hostname is looked up among the controllers this one knows.
-std::string addScannedSlave(SimController &c, const QString &arg)
+std::string addScannedSlave(RequestContext &c, const QString &arg)
 {
-    const SimController *s = c.lan()->find(arg);
+    const ControllerConfig *s = c.lan.find(arg);
     if (!s)
-        s = c.lan()->findByHostname(arg);
+        s = c.lan.findByHostname(arg);
     if (!s)
         return errorReply("unknown controller " + str(arg));
-    if (s == &c)
+    if (s->address == c.self.address)
         return errorReply("a controller cannot be its own slave");
-    if (!c.cascade().handEntered.contains(s->address()))
-        c.cascade().handEntered << s->address();
-    if (c.scanner().isRunning())
-        c.scanner().addTarget(s->address());
+    if (!c.cascade.handEntered.contains(s->address))
+        c.cascade.handEntered << s->address;
+    if (c.scan.isRunning())
+        c.scan.addTarget(s->address);
     else
-        c.scanner().start(false, QStringList() << s->address(), 0);
+        c.scan.start(false, QStringList() << s->address, 0);
     return okReply();
 }
 
-std::string addSlave(SimController &c, const QString &arg)
+std::string addSlave(RequestContext &c, const QString &arg)
 {
-    if (c.config().configChangeable == No)
+    if (c.self.configChangeable == No)
         return errorReply("configuration is locked");
-    const SimController *s = c.lan()->find(arg);
-    if (!s || !s->isOnline())
+    const ControllerConfig *s = c.lan.find(arg);
+    if (!s || !s->online)
         return errorReply("controller not reachable: " + str(arg));
-    if (s == &c || c.cascade().connected.contains(arg))
+    if (s->address == c.self.address || c.cascade.connected.contains(arg))
         return errorReply("already connected: " + str(arg));
-    if (!s->eligible())
+    if (!mayBecomeSlave(s->access, s->version, s->canSlave))
         return errorReply("controller cannot become a slave: " + str(arg));
-    c.cascade().connected << arg;
+    c.cascade.connected << arg;
     return okReply();
 }
 
-std::string subSlave(SimController &c, const QString &arg)
+std::string subSlave(RequestContext &c, const QString &arg)
 {
-    if (c.config().configChangeable == No)
+    if (c.self.configChangeable == No)
         return errorReply("configuration is locked");
-    if (!c.cascade().connected.removeOne(arg))
+    if (!c.cascade.connected.removeOne(arg))
         return errorReply("not a connected slave: " + str(arg));
     return okReply();
 }
@@ -234,7 +231,7 @@ const QHash<QString, CommandEntry> &commandTable()
     return table;
 }
 
-std::string answerCommand(SimController &c, const QString &command)
+std::string answerCommand(RequestContext &c, const QString &command)
 {
     const QString key = command.section(QLatin1Char(' '), 0, 1);
     const QString arg = command.section(QLatin1Char(' '), 2);
@@ -246,7 +243,7 @@ std::string answerCommand(SimController &c, const QString &command)
 
 } // namespace
 
-std::string answerRequest(SimController &c, const SimProtocol::Request &r)
+std::string answerRequest(RequestContext &c, const SimProtocol::Request &r)
 {
     const QString name = QString::fromStdString(r.name);
     switch (r.kind) {

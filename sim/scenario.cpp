@@ -5,7 +5,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSet>
+#include <QHash>
 
 namespace {
 
@@ -68,6 +68,27 @@ public:
         return int(d);
     }
 
+    // A chance from 0 to 1.
+    double probability(const char *key, double fallback)
+    {
+        const QJsonValue v = m_o.value(QLatin1String(key));
+        if (v.isUndefined() || !ok())
+            return fallback;
+        if (!v.isDouble() || v.toDouble() < 0 || v.toDouble() > 1)
+            return fail(key, "must be a number from 0 to 1"), fallback;
+        return v.toDouble();
+    }
+
+    QJsonObject object(const char *key)
+    {
+        const QJsonValue v = m_o.value(QLatin1String(key));
+        if (v.isUndefined() || !ok())
+            return QJsonObject();
+        if (!v.isObject())
+            return fail(key, "must be a JSON object"), QJsonObject();
+        return v.toObject();
+    }
+
     QJsonArray array(const char *key)
     {
         const QJsonValue v = m_o.value(QLatin1String(key));
@@ -127,6 +148,49 @@ bool parseFault(const QJsonObject &o, const QString &what, Fault *f, QString *er
     return in.ok();
 }
 
+bool readConditions(const QJsonObject &o, const QString &what, Conditions *c, QString *error)
+{
+    static const QStringList known = {"latency_ms", "jitter_ms", "udp_loss", "tcp_stall_chance", "tcp_stall_ms"};
+    for (auto it = o.begin(); it != o.end(); ++it) {
+        if (!known.contains(it.key())) {
+            *error = QStringLiteral("%1: \"%2\" is no condition").arg(what, it.key());
+            return false;
+        }
+    }
+    Fields in(o, what, error);
+    c->latencyMs = in.number("latency_ms", c->latencyMs, MaxMs);
+    c->jitterMs = in.number("jitter_ms", c->jitterMs, MaxMs);
+    c->udpLoss = in.probability("udp_loss", c->udpLoss);
+    c->tcpStallChance = in.probability("tcp_stall_chance", c->tcpStallChance);
+    c->tcpStallMs = in.number("tcp_stall_ms", c->tcpStallMs, MaxMs);
+    return in.ok();
+}
+
+// The fields that may also change while the simulator runs; a missing one
+// keeps its value.
+bool readChangeable(const QJsonObject &o, const QString &what, ControllerConfig *c, QString *error)
+{
+    Fields in(o, what, error);
+    c->hostname = in.text("hostname", c->hostname);
+    c->model = in.text("model", c->model);
+    c->protocol = in.text("protocol", c->protocol);
+    c->version = in.text("version", c->version);
+    if (c->version.startsWith(QLatin1Char('v')))
+        c->version.remove(0, 1);
+    c->access = in.text("access", c->access);
+    c->canSlave = in.yesNo("can_slave", c->canSlave);
+    c->online = in.flag("online", c->online);
+    c->unplugOnSignal = in.flag("unplug_on_signal", c->unplugOnSignal);
+    c->scanVisible = in.flag("scan_visible", c->scanVisible);
+    c->cascadeAvailable = in.yesNo("cascade_available", c->cascadeAvailable);
+    c->configChangeable = in.yesNo("config_changeable", c->configChangeable);
+    c->scanSlavesLan = in.yesNo("scan_slaves_lan", c->scanSlavesLan);
+    c->wolSlaves = in.yesNo("wol_slaves", c->wolSlaves);
+    c->scanDurationMs = in.number("scan_duration_ms", c->scanDurationMs, MaxMs);
+    const QJsonObject conditions = in.object("conditions");
+    return in.ok() && readConditions(conditions, what + QStringLiteral(", conditions"), &c->conditions, error);
+}
+
 bool parseController(const QJsonObject &o, ControllerConfig *c, QString *error)
 {
     const QJsonValue address = o.value(QLatin1String("address"));
@@ -136,25 +200,13 @@ bool parseController(const QJsonObject &o, ControllerConfig *c, QString *error)
                      .arg(address.isString() ? c->address : QStringLiteral("(not a text)"));
         return false;
     }
-    Fields in(o, QStringLiteral("controller %1").arg(c->address), error);
-    c->hostname = in.text("hostname", c->address);
-    c->model = in.text("model", c->model);
-    c->protocol = in.text("protocol", c->protocol);
-    c->version = in.text("version", c->version);
-    if (c->version.startsWith(QLatin1Char('v')))
-        c->version.remove(0, 1);
-    c->access = in.text("access", c->access);
-    c->canSlave = in.yesNo("can_slave", c->canSlave);
-    c->online = in.flag("online", true);
+    const QString what = QStringLiteral("controller %1").arg(c->address);
+    c->hostname = c->address;
+    if (!readChangeable(o, what, c, error))
+        return false;
+    Fields in(o, what, error);
     c->offlineAfterMs = in.number("offline_after_s", 0, MaxMs, 1000);
-    c->unplugOnSignal = in.flag("unplug_on_signal", false);
-    c->scanVisible = in.flag("scan_visible", true);
     c->master = in.flag("master", false);
-    c->cascadeAvailable = in.yesNo("cascade_available", c->cascadeAvailable);
-    c->configChangeable = in.yesNo("config_changeable", c->configChangeable);
-    c->scanSlavesLan = in.yesNo("scan_slaves_lan", c->scanSlavesLan);
-    c->wolSlaves = in.yesNo("wol_slaves", c->wolSlaves);
-    c->scanDurationMs = in.number("scan_duration_ms", c->scanDurationMs, MaxMs);
     const QJsonArray connected = in.array("connected");
     const QJsonArray faults = in.array("faults");
     if (!in.ok())
@@ -181,7 +233,94 @@ bool parseController(const QJsonObject &o, ControllerConfig *c, QString *error)
     return true;
 }
 
+// An entry with "generate": n stands for n controllers: its address and the
+// n - 1 after it, each with "%n" in its hostname replaced by its number
+// (from 1); without a hostname each is named by its address.
+bool expandEntry(const QJsonObject &o, const Conditions &lanConditions, QList<ControllerConfig> *out, QString *error)
+{
+    ControllerConfig c;
+    c.conditions = lanConditions;
+    if (!parseController(o, &c, error))
+        return false;
+    Fields in(o, QStringLiteral("controller %1").arg(c.address), error);
+    const int count = in.number("generate", 1, Scenario::MaxControllers);
+    if (!in.ok())
+        return false;
+    const quint32 first = QHostAddress(c.address).toIPv4Address();
+    if (count < 1 || (count > 1 && c.master) || first + quint32(count - 1) > 0x7fffffffu) {
+        *error = QStringLiteral("controller %1: \"generate\" must be 1 or more, not with \"master\" and stay "
+                                "within 127.0.0.0/8").arg(c.address);
+        return false;
+    }
+    const bool named = o.contains(QLatin1String("hostname"));
+    for (int k = 0; k < count; ++k) {
+        ControllerConfig g = c;
+        g.address = QHostAddress(first + quint32(k)).toString();
+        g.hostname = named ? QString(c.hostname).replace(QLatin1String("%n"), QString::number(k + 1)) : g.address;
+        *out << g;
+    }
+    return true;
+}
+
+bool parseEvent(const QJsonObject &o, const QString &what, const QHash<QString, ControllerConfig> &known,
+                const Conditions &lanConditions, Event *e, QString *error)
+{
+    Fields in(o, what, error);
+    e->atMs = in.number("at_ms", -1, MaxMs);
+    e->address = in.text("address", QString());
+    e->set = in.object("set");
+    const bool leave = in.flag("leave", false);
+    const QJsonObject join = in.object("join");
+    if (!in.ok())
+        return false;
+    if (e->atMs < 0) {
+        *error = QStringLiteral("%1: \"at_ms\" is missing").arg(what);
+        return false;
+    }
+    if (!join.isEmpty()) {
+        e->kind = Event::Kind::Join;
+        e->join.conditions = lanConditions;
+        if (!parseController(join, &e->join, error)) {
+            *error = QStringLiteral("%1: %2").arg(what, *error);
+            return false;
+        }
+        if (e->join.master) {
+            *error = QStringLiteral("%1: \"join\" cannot bring a master").arg(what);
+            return false;
+        }
+        e->address = e->join.address;
+        return true;
+    }
+    if (!known.contains(e->address)) {
+        *error = QStringLiteral("%1: \"address\" \"%2\" is no controller of the scenario").arg(what, e->address);
+        return false;
+    }
+    if (leave != e->set.isEmpty()) {
+        *error = QStringLiteral("%1: needs one of \"set\", \"leave\" or \"join\"").arg(what);
+        return false;
+    }
+    e->kind = leave ? Event::Kind::Leave : Event::Kind::Set;
+    ControllerConfig check = known.value(e->address);
+    return leave || applySettings(e->set, &check, error, what);
+}
+
 } // namespace
+
+bool applySettings(const QJsonObject &fields, ControllerConfig *c, QString *error, const QString &what)
+{
+    static const QStringList changeable = {
+        "hostname", "model", "protocol", "version", "access", "can_slave", "online", "unplug_on_signal",
+        "scan_visible", "cascade_available", "config_changeable", "scan_slaves_lan", "wol_slaves",
+        "scan_duration_ms", "conditions"};
+    for (auto it = fields.begin(); it != fields.end(); ++it) {
+        if (!changeable.contains(it.key())) {
+            *error = QStringLiteral("%1: \"%2\" is no field that can be set").arg(what, it.key());
+            return false;
+        }
+    }
+    error->clear();
+    return readChangeable(fields, what, c, error);
+}
 
 bool isLoopbackAddress(const QString &text)
 {
@@ -207,42 +346,68 @@ bool Scenario::parse(const QByteArray &json, QString *error)
 {
     error->clear();
     controllers.clear();
+    events.clear();
     QJsonParseError pe;
     const QJsonDocument doc = QJsonDocument::fromJson(json, &pe);
     if (doc.isNull() || !doc.isObject()) {
         *error = QStringLiteral("not a JSON object: %1").arg(pe.errorString());
         return false;
     }
-    const QJsonValue list = doc.object().value(QLatin1String("controllers"));
+    const QJsonObject top = doc.object();
+    const QJsonValue list = top.value(QLatin1String("controllers"));
     if (!list.isArray()) {
         *error = QStringLiteral("\"controllers\" must be a list");
         return false;
     }
-    if (list.toArray().size() > MaxControllers) {
-        *error = QStringLiteral("%1 controllers: a scenario holds at most %2")
-                     .arg(list.toArray().size()).arg(MaxControllers);
+    Fields in(top, QStringLiteral("scenario"), error);
+    seed = quint32(in.number("seed", 0, 2147483647));
+    const QJsonArray eventList = in.array("events");
+    Conditions lanConditions;
+    const QJsonObject conditions = in.object("conditions");
+    if (!in.ok() || !readConditions(conditions, QStringLiteral("scenario, conditions"), &lanConditions, error))
         return false;
-    }
-    QSet<QString> seen;
-    int masters = 0;
     for (const QJsonValue &v : list.toArray()) {
-        ControllerConfig c;
-        if (!v.isObject() || !parseController(v.toObject(), &c, error)) {
-            if (error->isEmpty())
-                *error = QStringLiteral("every controller must be a JSON object");
+        if (!v.isObject()) {
+            *error = QStringLiteral("every controller must be a JSON object");
             return false;
         }
-        if (seen.contains(c.address)) {
+        if (!expandEntry(v.toObject(), lanConditions, &controllers, error))
+            return false;
+        if (controllers.size() > MaxControllers) {
+            *error = QStringLiteral("more than %1 controllers: a scenario holds at most %1").arg(MaxControllers);
+            return false;
+        }
+    }
+    QHash<QString, ControllerConfig> known;
+    int masters = 0;
+    for (const ControllerConfig &c : qAsConst(controllers)) {
+        if (known.contains(c.address)) {
             *error = QStringLiteral("address %1 is used twice").arg(c.address);
             return false;
         }
-        seen.insert(c.address);
+        known.insert(c.address, c);
         masters += c.master ? 1 : 0;
-        controllers << c;
     }
     if (masters != 1) {
         *error = QStringLiteral("a scenario needs exactly one controller with \"master\": true");
         return false;
+    }
+    for (int i = 0; i < eventList.size(); ++i) {
+        const QString what = QStringLiteral("event %1").arg(i + 1);
+        Event e;
+        if (!eventList.at(i).isObject()) {
+            *error = QStringLiteral("%1: must be a JSON object").arg(what);
+            return false;
+        }
+        if (!parseEvent(eventList.at(i).toObject(), what, known, lanConditions, &e, error))
+            return false;
+        if (e.kind == Event::Kind::Join)
+            known.insert(e.address, e.join);
+        if (known.size() > MaxControllers) {
+            *error = QStringLiteral("%1: more than %2 controllers: a scenario holds at most %2").arg(what).arg(MaxControllers);
+            return false;
+        }
+        events << e;
     }
     return true;
 }

@@ -1,6 +1,7 @@
 // A simulated LAN, as read from a scenario file (JSON).
 #pragma once
 
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -22,6 +23,18 @@ struct Fault
     QString text;
     int delayMs = 0; // answer this much later
     int times = 0;   // how often it fires; 0 = every time
+};
+
+// How the LAN treats one controller's traffic; everything off by default.
+// Every draw comes from the controller's own generator, seeded from the
+// scenario's "seed" and its address, so that a run repeats exactly.
+struct Conditions
+{
+    int latencyMs = 0;         // every reply this much later ...
+    int jitterMs = 0;          // ... plus 0 to this many ms more
+    double udpLoss = 0;        // chance that a UDP request goes unanswered
+    double tcpStallChance = 0; // chance that a TCP reply stalls ...
+    int tcpStallMs = 0;        // ... for this long
 };
 
 struct ControllerConfig
@@ -50,6 +63,20 @@ struct ControllerConfig
     int scanDurationMs = 1000;
 
     QList<Fault> faults;
+    Conditions conditions;
+};
+
+// A change of the LAN at a time after start: a controller's fields set, a
+// controller joining or leaving.
+struct Event
+{
+    enum class Kind { Set, Join, Leave };
+
+    int atMs = 0;
+    Kind kind = Kind::Set;
+    QString address;
+    QJsonObject set;        // Set: the fields and their new values
+    ControllerConfig join;  // Join: the controller that joins
 };
 
 struct Scenario
@@ -60,6 +87,8 @@ struct Scenario
     static constexpr int MaxControllers = 4096;
 
     QList<ControllerConfig> controllers;
+    QList<Event> events; // in the order of the file
+    quint32 seed = 0;
 
     // Reads and checks a scenario file. On failure returns false with a
     // message in *error.
@@ -69,3 +98,9 @@ struct Scenario
 
 // Whether text is a dotted IPv4 address inside 127.0.0.0/8.
 bool isLoopbackAddress(const QString &text);
+
+// Sets the fields of one controller that may change while the simulator
+// runs (the keys of an event's "set"): false, with the field named in
+// *error, for an unknown field or a value of the wrong type.
+bool applySettings(const QJsonObject &fields, ControllerConfig *c, QString *error,
+                   const QString &what = QStringLiteral("set"));

@@ -7,14 +7,14 @@
 
 using ControllerProtocol::MaxRequestLength;
 
-TcpSession::TcpSession(QTcpSocket *socket, SimController *controller, const SimLimits &limits)
-    : QObject(socket), m_socket(socket), m_controller(controller)
+TcpSession::TcpSession(QTcpSocket *socket, Respond respond, Note note, const SimLimits &limits)
+    : QObject(socket), m_socket(socket), m_respond(std::move(respond)), m_note(std::move(note))
 {
     socket->setReadBufferSize(InputLimit);
     m_idle.setSingleShot(true);
     m_idle.setInterval(limits.idleTimeoutMs);
     connect(&m_idle, &QTimer::timeout, this, [this] {
-        m_controller->logIgnored("tcp", std::string(), "connection idle: closed");
+        m_note("connection idle: closed");
         m_socket->abort();
     });
     m_idle.start();
@@ -73,8 +73,7 @@ void TcpSession::process()
 
 void TcpSession::answer(const std::string &line)
 {
-    const Answer a = m_controller->respond(line);
-    m_controller->logRequest("tcp", line, a);
+    const Answer a = m_respond(line);
     if (a.delayMs <= 0) {
         deliver(a);
         return;
@@ -94,8 +93,10 @@ void TcpSession::deliver(const Answer &a)
         m_socket->deleteLater();
         return;
     }
-    if (a.send)
+    if (a.send) {
         m_socket->write(QByteArray::fromStdString(a.text) + '\n');
+        m_socket->flush();
+    }
     m_idle.start();
 }
 

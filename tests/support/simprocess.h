@@ -33,7 +33,7 @@ public:
         m_output.clear();
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         m_process.start(QStringLiteral(CASCADE_SIM_PATH), options + QStringList{f.fileName()});
-        if (!waitForOutput("ready", ReadyTimeoutMs)) {
+        if (!waitForOutput("cascade-sim ready", ReadyTimeoutMs)) { // not "already in use"
             m_error = QStringLiteral("simulator not ready: %1 %2")
                           .arg(m_process.errorString(), QString::fromLocal8Bit(m_output));
             return false;

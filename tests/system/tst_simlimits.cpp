@@ -135,6 +135,9 @@ private slots:
                                               << QByteArray("\"connected\"");
         QTest::newRow("fractional times") << QByteArray(R"("faults": [ { "match": "korvane", "times": 1.5 } ])")
                                           << QByteArray("\"times\"");
+        QTest::newRow("no generated controller") << QByteArray(R"("generate": 0)") << QByteArray("\"generate\"");
+        QTest::newRow("latency as text") << QByteArray(R"("conditions": { "latency_ms": "5" })")
+                                         << QByteArray("\"latency_ms\"");
         QTest::newRow("delay as text") << QByteArray(R"("faults": [ { "match": "korvane", "delay_ms": "9" } ])")
                                        << QByteArray("\"delay_ms\"");
     }
