@@ -1,6 +1,6 @@
 // 1000 probes of controllers named by hand leave no descriptor open: most
 // are answered, some are refused, some time out. The probes run in four
-// rows of 250 (side by side, see GuiTest::exec), each against addresses of
+// rows of 250 (each a CTest test of its own), each against addresses of
 // its own: UDP responders serve 127.0.8.<10k+1> (a controller that can
 // become a slave) and 127.0.8.<10k+3> (one that refuses every request);
 // nothing listens on 127.0.8.<10k+2>.
@@ -36,7 +36,7 @@ private slots:
     {
         QTest::addColumn<int>("row");
         for (int row = 0; row < Rows; ++row)
-            QTest::newRow(qPrintable(QStringLiteral("probes %1-%2").arg(row * Probes / Rows).arg((row + 1) * Probes / Rows - 1)))
+            QTest::newRow(qPrintable(QStringLiteral("probes_%1-%2").arg(row * Probes / Rows).arg((row + 1) * Probes / Rows - 1)))
                 << row;
     }
     void probesLeaveNoDescriptorOpen()
