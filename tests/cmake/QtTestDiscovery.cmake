@@ -5,13 +5,15 @@
 # the rows of that data-driven function are the tests instead (-datatags).
 #
 #   qtest_discover_tests(<target> <prefix> [ROWS_OF <function>]
-#                        [PROPERTIES <name> <value>...])
+#                        [LAUNCHER <program>] [PROPERTIES <name> <value>...])
+#
+# LAUNCHER runs each test's program (e.g. with a loopback of its own).
 #
 # Test names: <prefix><function> (or <prefix><row>). Every test runs offscreen.
 set(QTEST_DISCOVERY_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/qtest_list.cmake)
 
 function(qtest_discover_tests target prefix)
-    cmake_parse_arguments(arg "" "ROWS_OF" "PROPERTIES" ${ARGN})
+    cmake_parse_arguments(arg "" "ROWS_OF;LAUNCHER" "PROPERTIES" ${ARGN})
     set(list_file ${CMAKE_CURRENT_BINARY_DIR}/${target}_tests.txt)
     set(include_file ${CMAKE_CURRENT_BINARY_DIR}/${target}_tests.cmake)
     add_custom_command(TARGET ${target} POST_BUILD
@@ -40,7 +42,7 @@ if(EXISTS \"${list_file}\")
         else()
             set(args \"${arg_ROWS_OF}:\${name}\")
         endif()
-        add_test(\"${prefix}\${name}\" \"$<TARGET_FILE:${target}>\" \"\${args}\")
+        add_test(\"${prefix}\${name}\" ${arg_LAUNCHER} \"$<TARGET_FILE:${target}>\" \"\${args}\")
         set_tests_properties(\"${prefix}\${name}\" PROPERTIES ENVIRONMENT QT_QPA_PLATFORM=offscreen ${props})
     endforeach()
 else()
