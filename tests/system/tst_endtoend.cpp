@@ -14,8 +14,6 @@
 #include "simprocess.h"
 
 using ControllerProtocol::AnswerSize;
-using ControllerProtocol::MaxAnswerLength;
-using ControllerProtocol::Port;
 
 namespace {
 
