@@ -68,7 +68,8 @@ struct SilentController
 {
     int listener;
     int fillers[4];
-    SilentController(const char *address, unsigned short port) : listener(listeningSocket(address, port, 0))
+    SilentController(const char *address, unsigned short port)
+        : listener(listeningSocket(address, port, 0))
     {
         for (int &f : fillers)
             f = connectNonBlocking(address, port);
@@ -88,7 +89,8 @@ struct SilentController
 class ScriptedController
 {
 public:
-    ScriptedController(const char *address, unsigned short port) : m_listener(listeningSocket(address, port, 4))
+    ScriptedController(const char *address, unsigned short port)
+        : m_listener(listeningSocket(address, port, 4))
     {
         if (m_listener >= 0)
             m_thread = std::thread([this] { serve(); });

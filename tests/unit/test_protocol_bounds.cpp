@@ -44,10 +44,10 @@ TEST(UdpAnswers, NoReplyIsEverARequestToAnswer)
 // An index as the host formats it ("d%2.2d"): d01 to d99, then d100 to d9999.
 TEST(Indexes, OnlyWhatTheHostFormats)
 {
-    const std::pair<const char *, int> cases[] = {{"d01", 1},   {"d10", 10},  {"d99", 99},    {"d100", 100},
-                                                  {"d9999", 9999}, {"d00", 0}, {"d1", 0},      {"d001", 0},
-                                                  {"d0100", 0}, {"d10000", 0}, {"x01", 0},     {"d-1", 0},
-                                                  {"d0a", 0},   {"", 0}};
+    const std::pair<const char *, int> cases[] = {
+        {"d01", 1},  {"d10", 10},   {"d99", 99},     {"d100", 100}, {"d9999", 9999}, {"d00", 0},  {"d1", 0},
+        {"d001", 0}, {"d0100", 0},  {"d10000", 0},   {"x01", 0},    {"d-1", 0},       {"d0a", 0},  {"", 0},
+    };
     for (const auto &c : cases) {
         int index = 0;
         EXPECT_EQ(SimProtocol::parseIndex(c.first, &index), c.second != 0) << c.first;

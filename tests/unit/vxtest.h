@@ -13,8 +13,8 @@
 namespace {
 
 const unsigned int kLoopback = 0x7F000001u;
-const unsigned int kLongUs = 1000000u;  // waits expected to end early
-const unsigned int kShortUs = 250000u;  // waits that must run out
+const unsigned int kLongUs = 1000000u; // waits expected to end early
+const unsigned int kShortUs = 250000u; // waits that must run out
 const vx_ip_socket_type kSentinel = reinterpret_cast<vx_ip_socket_type>(0x1234);
 
 inline double nowMs()
