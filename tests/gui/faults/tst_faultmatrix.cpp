@@ -103,35 +103,20 @@ void scriptHealthy(ScriptedIOManager &io, bool wol)
                      "yes", wol ? "yes" : "no");
 }
 
-// Overrides every scripted request that comes from `format` with the fault.
+// Overrides every scripted request that comes from the entry's format with
+// the fault. Standing answers replace the healthy ones for the whole run; the
+// wrong count, -3, never ends the scan.
 void injectFault(ScriptedIOManager &io, const Entry &entry, Fault fault, const QStringList &requests)
 {
     for (const QString &req : requests) {
-        if (!matches(req, entry.text))
+        if (fault == Fault::None || !matches(req, entry.text))
             continue;
-        ScriptedIOManager::Reply r;
-        switch (fault) {
-        case Fault::None:
-            return;
-        case Fault::Fail:
-            r.result = 1;
-            r.writeNothing = true;
-            break;
-        case Fault::WrongWord:
-            r.text = "Yes ";
-            r.value = -3; // a count that never ends the scan
-            break;
-        case Fault::Long:
-            r.text = QByteArray(ControllerProtocol::MaxAnswerLength, 'x');
-            break;
-        }
-        // Standing answers replace the healthy ones for the whole run.
         if (entry.kind == Kind::ReadInt)
-            io.answerInt(req, r.value, r.result);
-        else if (r.writeNothing)
-            io.fail(req, r.result);
+            io.answerInt(req, fault == Fault::Fail ? 0 : -3, fault == Fault::Fail ? 1 : 0);
+        else if (fault == Fault::Fail)
+            io.fail(req, 1);
         else
-            io.answer(req, r.text, r.result);
+            io.answer(req, fault == Fault::Long ? QByteArray(ControllerProtocol::MaxAnswerLength, 'x') : QByteArray("Yes "));
     }
 }
 
