@@ -1,12 +1,10 @@
 #include "guitest.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QMutex>
-#include <QProcess>
+#include <QPointer>
+#include <QTimer>
 #include <QTest>
-#include <algorithm>
-#include <cstdio>
 
 namespace GuiTest {
 
@@ -53,6 +51,7 @@ void install()
 
 QStringList problems()
 {
+    drivePolls(false);
     QStringList out = ModalDriver::failures();
     if (ModalDriver::pending())
         out << QStringLiteral("%1 modal step(s) never ran").arg(ModalDriver::pending());
@@ -102,85 +101,47 @@ int rowOfIp(const QTableWidget *t, const QString &ip)
     return -1;
 }
 
+void poll(QWidget *progress)
+{
+    QMetaObject::invokeMethod(progress, "onTimer");
+}
+
+namespace {
+// Posts the poll, so that it runs inside the dialog's own event loop; an
+// event filter sees nested dialogs too, where a timer-driven step would not
+// run again until the outer one returns.
+class PollDriver : public QObject
+{
+public:
+    bool on = false;
+    bool eventFilter(QObject *o, QEvent *e) override
+    {
+        if (on && e->type() == QEvent::Show && o->objectName() == QLatin1String("EndlessProgressDlgClass")) {
+            QPointer<QWidget> w(static_cast<QWidget *>(o));
+            QTimer::singleShot(0, [w] {
+                if (w)
+                    poll(w);
+            });
+        }
+        return false;
+    }
+};
+PollDriver *g_polls = nullptr;
+} // namespace
+
+void drivePolls(bool on)
+{
+    if (!g_polls) {
+        g_polls = new PollDriver;
+        qApp->installEventFilter(g_polls);
+    }
+    g_polls->on = on;
+}
+
 void clickRow(QTableWidget *t, int row)
 {
     t->setCurrentCell(row, 0);
     emit t->cellClicked(row, 0);
-}
-
-namespace {
-const int ParallelRuns = 6;
-const int RunBoundMs = 120000;
-} // namespace
-
-int exec(QObject *test, int argc, char **argv)
-{
-    if (argc > 1)
-        return QTest::qExec(test, argc, argv);
-
-    // Every row as "function:tag" (or "function"), from QtTest's own listing.
-    // The listing runs no test code; under the sanitizer build its early exit
-    // would count the font library's caches as leaks, so leaks are not
-    // checked there.
-    QProcess lister;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("ASAN_OPTIONS"), env.value(QStringLiteral("ASAN_OPTIONS")) + QStringLiteral(":detect_leaks=0"));
-    lister.setProcessEnvironment(env);
-    lister.start(QCoreApplication::applicationFilePath(), {QStringLiteral("-datatags")});
-    if (!lister.waitForFinished(RunBoundMs) || lister.exitCode() != 0) {
-        std::fprintf(stderr, "cannot list the test rows\n");
-        return 1;
-    }
-    QStringList rows;
-    for (const QByteArray &line : lister.readAllStandardOutput().split('\n')) {
-        const QList<QByteArray> words = line.split(' ');
-        if (words.size() < 2)
-            continue;
-        const QString tag = QString::fromUtf8(line.mid(words[0].size() + words[1].size() + 2));
-        rows << QString::fromUtf8(words[1]) + (tag.isEmpty() ? QString() : QLatin1Char(':') + tag);
-    }
-
-    // The rows are dealt round-robin to ParallelRuns children, so that every
-    // child gets a share of the slow rows and no more processes start than
-    // run at once.
-    const int runs = std::min(ParallelRuns, int(rows.size()));
-    QVector<QStringList> batches(runs);
-    for (int row = 0; row < rows.size(); ++row)
-        batches[row % runs] << rows[row];
-    QVector<QProcess *> children;
-    for (const QStringList &batch : batches) {
-        auto *p = new QProcess;
-        p->setProcessChannelMode(QProcess::MergedChannels);
-        p->start(QCoreApplication::applicationFilePath(), batch);
-        children << p;
-    }
-    QElapsedTimer clock;
-    clock.start();
-    QVector<QByteArray> reports(runs);
-    int failed = 0;
-    for (int k = 0; k < runs; ++k) {
-        QProcess *p = children[k];
-        // Reads as it waits. A later child whose pipe fills meanwhile waits
-        // for its turn; no child waits for another, so none can hang us.
-        while (p->state() != QProcess::NotRunning && clock.elapsed() < RunBoundMs) {
-            p->waitForFinished(50);
-            reports[k] += p->readAll();
-        }
-        if (p->state() != QProcess::NotRunning) {
-            p->kill();
-            p->waitForFinished(1000);
-            reports[k] += "\nkilled: the run did not end within its bound\n";
-        }
-        reports[k] += p->readAll();
-        failed += p->exitStatus() != QProcess::NormalExit || p->exitCode() != 0;
-    }
-    for (int k = 0; k < runs; ++k) {
-        std::fprintf(stdout, "==== %s\n%s", qPrintable(batches[k].join(QLatin1Char(' '))), reports[k].constData());
-        delete children[k];
-    }
-    std::fprintf(stdout, "==== %d of %d runs failed\n", failed, runs);
-    std::fflush(stdout);
-    return failed == 0 ? 0 : 1;
 }
 
 } // namespace GuiTest

@@ -25,6 +25,13 @@ void clickRow(QTableWidget *t, int row);    // as a mouse click on the row
 // '&'), or a null char when it has none.
 QChar mnemonic(const QString &text);
 
+// Runs a scan progress dialog's poll, its 500 ms timer's work, at once.
+void poll(QWidget *progress);
+// Until problems() is next called, every scan progress dialog that shows,
+// nested ones included, polls at once instead of after its timer's first
+// interval.
+void drivePolls(bool on = true);
+
 // Runs the dialog's opening; once it is the active modal widget and ready()
 // holds, runs act(). A dialog that act left open is ended with -1.
 template <class Dlg>
@@ -42,16 +49,9 @@ int openAndRun(Dlg *dlg, const std::function<bool()> &ready, const std::function
     return dlg->update_and_exec();
 }
 
-// Runs a QtTest object. With arguments this is QTest::qExec. Without, the
-// test's rows (every data row of every function) are shared out among a few
-// child processes that run side by side, and their reports are printed in
-// order: a dialog test spends most of its time waiting out the dialogs' own
-// timers, so this takes a fraction of the time. Fails if any child fails.
-int exec(QObject *test, int argc, char **argv);
-
 } // namespace GuiTest
 
-// QTEST_MAIN for a test that uses GuiTest::exec.
+// QTEST_MAIN with the fixed font resolution the table checks assume.
 #define GUITEST_MAIN(TestObject)                                                                              \
     int main(int argc, char **argv)                                                                           \
     {                                                                                                         \
@@ -59,7 +59,7 @@ int exec(QObject *test, int argc, char **argv);
         app.setAttribute(Qt::AA_Use96Dpi, true);                                                              \
         TestObject tc;                                                                                        \
         QTEST_SET_MAIN_SOURCE_PATH                                                                            \
-        return GuiTest::exec(&tc, argc, argv);                                                                \
+        return QTest::qExec(&tc, argc, argv);                                                                \
     }
 
 #define VERIFY_CLEAN()                                                                                        \

@@ -18,14 +18,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <vector>
 #include <cstring>
-#include <future>
-#include <thread>
 
 #include "ControllerProtocol.h"
 #include "hostiomanager.h"
+#include "scriptedcontroller.h"
 #include "simprocess.h"
 #include "udpresponder.h" // datagram()
 
@@ -83,68 +81,6 @@ bool sendForged(const char *from, const char *to, const QByteArray &payload)
                                sizeof dest) == packet.size();
     ::close(fd);
     return sent;
-}
-
-int listeningSocket(const char *address, int backlog)
-{
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    const int on = 1;
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in a = {};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(Port);
-    a.sin_addr.s_addr = ip(address);
-    if (::bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0 || ::listen(fd, backlog) != 0) {
-        ::close(fd);
-        return -1;
-    }
-    return fd;
-}
-
-int connectNonBlocking(const char *address)
-{
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-    sockaddr_in a = {};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(Port);
-    a.sin_addr.s_addr = ip(address);
-    ::connect(fd, reinterpret_cast<sockaddr *>(&a), sizeof a);
-    return fd;
-}
-
-// A controller that never answers a connect: a listener whose accept queue
-// is full, so that later connects get no answer at all. Closed on every path
-// out of a test, failed checks included.
-struct SilentController
-{
-    int listener = listeningSocket(Silent, 0);
-    int fillers[4];
-    SilentController()
-    {
-        for (int &f : fillers)
-            f = connectNonBlocking(Silent);
-    }
-    ~SilentController()
-    {
-        for (int f : fillers)
-            ::close(f);
-        if (listener >= 0)
-            ::close(listener);
-    }
-};
-
-// Reads one line (without "\n") within timeoutMs; empty on time-out or close.
-QByteArray readLine(int fd, int timeoutMs)
-{
-    QByteArray line;
-    char c = 0;
-    pollfd p = {fd, POLLIN, 0};
-    while (::poll(&p, 1, timeoutMs) == 1 && ::read(fd, &c, 1) == 1) {
-        if (c == '\n')
-            return line;
-        line += c;
-    }
-    return QByteArray();
 }
 
 qint64 residentKiB(qint64 pid)
@@ -219,7 +155,7 @@ private slots:
         SimProcess sim; // quiet: a verbose log of the flood would fill the pipe
         QVERIFY2(sim.start(R"({ "controllers": [ { "address": "127.0.71.30", "master": true } ] })"),
                  qPrintable(sim.error()));
-        const int fd = connectNonBlocking("127.0.71.30");
+        const int fd = TcpPeer::connectNonBlocking("127.0.71.30", Port);
         const int small = 64 * 1024;
         ::setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &small, sizeof small);
         ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
@@ -304,7 +240,7 @@ private slots:
     // once; further requests fail at once until the hold-off has passed.
     void silentControllerCostsOneBoundedConnect()
     {
-        const SilentController silent;
+        const TcpPeer::SilentController silent(Silent, Port);
         QVERIFY(silent.listener >= 0);
         HostIOManager iom;
         QElapsedTimer clock;
@@ -326,7 +262,7 @@ private slots:
     // after the system's connect time-out of over two minutes.
     void hostWithASilentControllerShowsItsWindowSoon()
     {
-        const SilentController silent;
+        const TcpPeer::SilentController silent(Silent, Port);
         QVERIFY(silent.listener >= 0);
         QTemporaryDir out;
         QProcess host;
@@ -365,61 +301,11 @@ private slots:
         QCOMPARE(iom.get_parameter(answer, "system access"), int(HostIOManager::Malformed));
         QVERIFY(!iom.is_connected());
 
-        // A scripted controller: answers the first request twice (the second
-        // line when told to), then refuses whatever comes, on any connection.
-        const int listener = listeningSocket(Scripted, 4);
-        QVERIFY(listener >= 0);
-        std::promise<void> sendStray, straySent;
-        std::atomic<bool> done{false};
-        std::thread controller;
-        struct Joiner
-        {
-            std::atomic<bool> &done;
-            std::thread &thread;
-            int listener;
-            ~Joiner()
-            {
-                done = true;
-                if (thread.joinable())
-                    thread.join();
-                ::close(listener);
-            }
-        } joiner{done, controller, listener};
-        controller = std::thread([&] {
-            pollfd p = {listener, POLLIN, 0};
-            if (::poll(&p, 1, 5000) != 1)
-                return;
-            const int first = ::accept(listener, nullptr, nullptr);
-            if (!readLine(first, 5000).isEmpty() && ::write(first, "korvane ok\n", 11) == 11) {
-                sendStray.get_future().wait_for(std::chrono::seconds(5));
-                (void)!::write(first, "korvane ok\n", 11);
-            }
-            straySent.set_value();
-            if (first < 0)
-                return;
-            std::vector<pollfd> fds = {{listener, POLLIN, 0}, {first, POLLIN, 0}};
-            while (!done && ::poll(fds.data(), nfds_t(fds.size()), 100) >= 0) {
-                if (fds[0].revents & POLLIN)
-                    fds.push_back({::accept(listener, nullptr, nullptr), POLLIN, 0});
-                for (size_t i = 1; i < fds.size(); ++i) {
-                    if (!(fds[i].revents & (POLLIN | POLLHUP)))
-                        continue;
-                    if (!readLine(fds[i].fd, 1000).isEmpty()) {
-                        (void)!::write(fds[i].fd, "korvane error refused\n", 22);
-                    } else { // closed by the host
-                        ::close(fds[i].fd);
-                        fds[i].fd = -1;
-                    }
-                }
-            }
-            for (size_t i = 1; i < fds.size(); ++i)
-                if (fds[i].fd >= 0)
-                    ::close(fds[i].fd);
-        });
+        TcpPeer::ScriptedController controller(Scripted, Port);
+        QVERIFY(controller.listening());
         QCOMPARE(iom.open_connection(Scripted, Port), 0);
         QCOMPARE(iom.send_command(answer, "korvane cascade scan_slaves"), 0);
-        sendStray.set_value();
-        QVERIFY(straySent.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready);
+        QVERIFY(controller.sendStray());
         QCOMPARE(iom.send_command(answer, "korvane cascade add_slave 127.0.71.2"), int(HostIOManager::ErrorReply));
         QCOMPARE(answer, "korvane error refused");
     }

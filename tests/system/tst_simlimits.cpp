@@ -140,6 +140,17 @@ private slots:
                                          << QByteArray("\"latency_ms\"");
         QTest::newRow("delay as text") << QByteArray(R"("faults": [ { "match": "korvane", "delay_ms": "9" } ])")
                                        << QByteArray("\"delay_ms\"");
+        // Every field, given a JSON object, which none of them takes.
+        for (const char *field : {"hostname", "model", "protocol", "version", "access", "can_slave", "online",
+                                  "offline_after_s", "unplug_on_signal", "scan_visible", "master", "cascade_available",
+                                  "config_changeable", "scan_slaves_lan", "wol_slaves", "scan_duration_ms", "connected",
+                                  "faults"})
+            QTest::newRow(field) << QByteArray("\"") + field + "\": {}" << QByteArray("\"") + field + '"';
+        for (const char *field : {"match", "action", "text", "delay_ms", "times"})
+            QTest::newRow(qPrintable(QStringLiteral("fault %1").arg(QLatin1String(field))))
+                << QByteArray(R"("faults": [ { )") + (qstrcmp(field, "match") ? R"("match": "korvane", )" : "") + '"'
+                       + field + "\": {} } ]"
+                << QByteArray("\"") + field + '"';
     }
 
     void wrongValuesAreRefusedNamingTheField()

@@ -1,7 +1,7 @@
 // The controller simulator as a controller: the LAN scan with its real UDP
 // probes, adding and removing slaves, hand-entered controllers (also one the
 // LAN scan cannot see) and garbage input.
-// Addresses 127.0.5.20 - 127.0.5.39; a LAN of 250 on 127.0.6.1 - 127.0.6.251.
+// Addresses 127.0.5.20 - 127.0.5.39. A large LAN: see tst_simlimits.
 #include <QDeadlineTimer>
 #include <QHostAddress>
 #include <QNetworkDatagram>
@@ -13,7 +13,6 @@
 #include "simprocess.h"
 
 using ControllerProtocol::AnswerSize;
-using ControllerProtocol::MaxAnswerLength;
 using ControllerProtocol::Port;
 
 namespace {
@@ -116,28 +115,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(raw.state() == QAbstractSocket::UnconnectedState, 3000);
 
         QCOMPARE(read("system hostname"), QStringLiteral("sim-master"));
-    }
-
-    // All controllers share the simulator's one thread: a scan of a large LAN
-    // must not lose replies to a full receive buffer.
-    void largeLanScanListsEveryController()
-    {
-        QByteArray json = R"({ "controllers": [ { "address": "127.0.6.1", "master": true, "scan_duration_ms": 0 })";
-        for (int i = 2; i <= 251; ++i)
-            json += ", { \"address\": \"127.0.6." + QByteArray::number(i) + "\" }";
-        json += "] }";
-        SimProcess lan;
-        QVERIFY2(lan.start(json), qPrintable(lan.error()));
-        HostIOManager iom;
-        QCOMPARE(iom.open_connection("127.0.6.1", HostIOManager::DefaultPort), 0);
-        char answer[AnswerSize];
-        QCOMPARE(iom.send_command(answer, "korvane cascade scan_slaves"), 0);
-        int count = -1;
-        const QDeadlineTimer deadline(5000);
-        while ((iom.get_parameter_int(&count, "cascade number_of_scanned_slaves") != 0 || count < 0)
-               && !deadline.hasExpired())
-            QTest::qWait(20);
-        QCOMPARE(count, 250);
     }
 
 private:

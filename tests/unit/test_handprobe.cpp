@@ -1,5 +1,5 @@
 // The probe of a controller named by hand, without a dialog, against UDP
-// responders on 127.0.9.x at the controller port.
+// responders on 127.0.9.1 - 127.0.9.8 at the controller port.
 #include <gtest/gtest.h>
 
 #include "handprobe.h"
@@ -64,6 +64,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"reply_without_zero_byte", "127.0.9.4", GetVersion, "korvane set system version", false,
                          false, "VAV"},
                     Case{"access_not_full", "127.0.9.5", GetAccess, datagram("korvane set system access read"), true, false, "VAA"},
+                    Case{"access_without_zero_byte", "127.0.9.7", GetAccess, "korvane set system access full", true,
+                         false, "VAA"},
+                    Case{"can_slave_without_zero_byte", "127.0.9.8", GetCanSlave, "korvane set system can_slave yes",
+                         true, false, "VAAVC"},
                     Case{"can_slave_no", "127.0.9.6", GetCanSlave, datagram("korvane set system can_slave no"), true, false, "VAAVC"}),
     [](const testing::TestParamInfo<Case> &info) { return std::string(info.param.name); });
 

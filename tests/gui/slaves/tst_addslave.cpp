@@ -254,7 +254,8 @@ private slots:
         QCOMPARE(iom->log.first(), "cmd korvane cascade add_scanned_slave " + typed);
         QCOMPARE(iom->errors(), addResult ? QStringList{"Error: Unable to add Cascaded System slave " + typed} : QStringList());
         QCOMPARE(DialogAccess::listTimer(*dlg).interval(), 100);
-        QTRY_COMPARE_WITH_TIMEOUT(GuiTest::rows(ui().tableWidget_available), QStringList({"manual|" + addr + "|yes"}), 2000);
+        DialogAccess::rebuildAvailable(*dlg);
+        QCOMPARE(GuiTest::rows(ui().tableWidget_available), QStringList({"manual|" + addr + "|yes"}));
     }
 };
 

@@ -1,0 +1,156 @@
+// Controllers played by the test itself over loopback TCP: a listener that
+// never accepts, and a scripted controller in a thread of its own.
+#pragma once
+
+#include <QByteArray>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+#include <vector>
+
+namespace TcpPeer {
+
+// A listening socket on address:port with the given backlog; -1 if it
+// cannot bind.
+inline int listeningSocket(const char *address, unsigned short port, int backlog)
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    const int on = 1;
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in a = {};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(port);
+    a.sin_addr.s_addr = inet_addr(address);
+    if (::bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0 || ::listen(fd, backlog) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+inline int connectNonBlocking(const char *address, unsigned short port)
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    sockaddr_in a = {};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(port);
+    a.sin_addr.s_addr = inet_addr(address);
+    ::connect(fd, reinterpret_cast<sockaddr *>(&a), sizeof a);
+    return fd;
+}
+
+// Reads one line (without "\n") within timeoutMs; empty on time-out or close.
+inline QByteArray readLine(int fd, int timeoutMs)
+{
+    QByteArray line;
+    char c = 0;
+    pollfd p = {fd, POLLIN, 0};
+    while (::poll(&p, 1, timeoutMs) == 1 && ::read(fd, &c, 1) == 1) {
+        if (c == '\n')
+            return line;
+        line += c;
+    }
+    return QByteArray();
+}
+
+// A controller that never answers a connect: a listener whose accept queue
+// is full, so that later connects get no answer at all. Closed on every path
+// out of a test, failed checks included.
+struct SilentController
+{
+    int listener;
+    int fillers[4];
+    SilentController(const char *address, unsigned short port)
+        : listener(listeningSocket(address, port, 0))
+    {
+        for (int &f : fillers)
+            f = connectNonBlocking(address, port);
+    }
+    ~SilentController()
+    {
+        for (int f : fillers)
+            ::close(f);
+        if (listener >= 0)
+            ::close(listener);
+    }
+};
+
+// A scripted controller: answers the first request of the first connection
+// with "korvane ok", and once more when sendStray() is called; then refuses
+// whatever comes, on any connection, until it is destroyed.
+class ScriptedController
+{
+public:
+    ScriptedController(const char *address, unsigned short port)
+        : m_listener(listeningSocket(address, port, 4))
+    {
+        if (m_listener >= 0)
+            m_thread = std::thread([this] { serve(); });
+    }
+    ~ScriptedController()
+    {
+        m_done = true;
+        if (m_thread.joinable())
+            m_thread.join();
+        if (m_listener >= 0)
+            ::close(m_listener);
+    }
+    bool listening() const { return m_listener >= 0; }
+    // Sends the stray line; false if it was not sent within 10 s.
+    bool sendStray()
+    {
+        m_sendStray.set_value();
+        return m_straySent.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    }
+
+private:
+    void serve()
+    {
+        pollfd p = {m_listener, POLLIN, 0};
+        if (::poll(&p, 1, 5000) != 1) {
+            m_straySent.set_value();
+            return;
+        }
+        const int first = ::accept(m_listener, nullptr, nullptr);
+        if (!readLine(first, 5000).isEmpty() && ::write(first, "korvane ok\n", 11) == 11) {
+            m_sendStray.get_future().wait_for(std::chrono::seconds(5));
+            (void)!::write(first, "korvane ok\n", 11);
+        }
+        m_straySent.set_value();
+        if (first < 0)
+            return;
+        std::vector<pollfd> fds = {{m_listener, POLLIN, 0}, {first, POLLIN, 0}};
+        while (!m_done && ::poll(fds.data(), nfds_t(fds.size()), 100) >= 0) {
+            if (fds[0].revents & POLLIN)
+                fds.push_back({::accept(m_listener, nullptr, nullptr), POLLIN, 0});
+            for (size_t i = 1; i < fds.size(); ++i) {
+                if (!(fds[i].revents & (POLLIN | POLLHUP)))
+                    continue;
+                if (!readLine(fds[i].fd, 1000).isEmpty()) {
+                    (void)!::write(fds[i].fd, "korvane error refused\n", 22);
+                } else { // closed by the host
+                    ::close(fds[i].fd);
+                    fds[i].fd = -1;
+                }
+            }
+        }
+        for (size_t i = 1; i < fds.size(); ++i)
+            if (fds[i].fd >= 0)
+                ::close(fds[i].fd);
+    }
+
+    int m_listener;
+    std::atomic<bool> m_done{false};
+    std::promise<void> m_sendStray, m_straySent;
+    std::thread m_thread;
+};
+
+} // namespace TcpPeer
