@@ -10,11 +10,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <future>
 #include <thread>
-#include <vector>
 
 namespace TcpPeer {
 
@@ -85,7 +83,7 @@ struct SilentController
 
 // A scripted controller: answers the first request of the first connection
 // with "korvane ok", and once more when sendStray() is called; then refuses
-// whatever comes, on any connection, until it is destroyed.
+// the first request of the next connection.
 class ScriptedController
 {
 public:
@@ -97,7 +95,6 @@ public:
     }
     ~ScriptedController()
     {
-        m_done = true;
         if (m_thread.joinable())
             m_thread.join();
         if (m_listener >= 0)
@@ -112,43 +109,30 @@ public:
     }
 
 private:
-    void serve()
+    // Accepts the next connection within 5 s; -1 if none comes.
+    int accept()
     {
         pollfd p = {m_listener, POLLIN, 0};
-        if (::poll(&p, 1, 5000) != 1) {
-            m_straySent.set_value();
-            return;
-        }
-        const int first = ::accept(m_listener, nullptr, nullptr);
+        return ::poll(&p, 1, 5000) == 1 ? ::accept(m_listener, nullptr, nullptr) : -1;
+    }
+
+    void serve()
+    {
+        const int first = accept();
         if (!readLine(first, 5000).isEmpty() && ::write(first, "korvane ok\n", 11) == 11) {
             m_sendStray.get_future().wait_for(std::chrono::seconds(5));
             (void)!::write(first, "korvane ok\n", 11);
         }
         m_straySent.set_value();
-        if (first < 0)
-            return;
-        std::vector<pollfd> fds = {{m_listener, POLLIN, 0}, {first, POLLIN, 0}};
-        while (!m_done && ::poll(fds.data(), nfds_t(fds.size()), 100) >= 0) {
-            if (fds[0].revents & POLLIN)
-                fds.push_back({::accept(m_listener, nullptr, nullptr), POLLIN, 0});
-            for (size_t i = 1; i < fds.size(); ++i) {
-                if (!(fds[i].revents & (POLLIN | POLLHUP)))
-                    continue;
-                if (!readLine(fds[i].fd, 1000).isEmpty()) {
-                    (void)!::write(fds[i].fd, "korvane error refused\n", 22);
-                } else { // closed by the host
-                    ::close(fds[i].fd);
-                    fds[i].fd = -1;
-                }
-            }
-        }
-        for (size_t i = 1; i < fds.size(); ++i)
-            if (fds[i].fd >= 0)
-                ::close(fds[i].fd);
+        const int next = accept();
+        if (!readLine(next, 5000).isEmpty())
+            (void)!::write(next, "korvane error refused\n", 22);
+        for (int fd : {first, next})
+            if (fd >= 0)
+                ::close(fd);
     }
 
     int m_listener;
-    std::atomic<bool> m_done{false};
     std::promise<void> m_sendStray, m_straySent;
     std::thread m_thread;
 };
