@@ -249,7 +249,10 @@ private slots:
     }
 
     // The host application shows its window after one bounded connect, not
-    // after the system's connect time-out of over two minutes.
+    // after the system's connect time-out of over two minutes. Without a
+    // controller the versions are unknown: it says that the controller is not
+    // reachable and keeps the module's entry disabled, instead of letting the
+    // module call it too old.
     void hostWithASilentControllerShowsItsWindowSoon()
     {
         const TcpPeer::SilentController silent(Silent, Port);
@@ -259,13 +262,13 @@ private slots:
         host.setProcessChannelMode(QProcess::MergedChannels);
         host.start(QStringLiteral(CASCADE_WALKTHROUGH_PATH),
                    {QString::fromLatin1(Silent), out.path(), QStringLiteral("--lang"), QStringLiteral("en")});
-        QElapsedTimer clock;
-        clock.start();
-        const QString firstShot = QDir(out.path()).filePath(QStringLiteral("00-host.png"));
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(firstShot), 20000);
-        qInfo("the host's first screenshot after %lld ms", clock.elapsed());
-        host.kill();
-        host.waitForFinished(5000);
+        QVERIFY(host.waitForFinished(20000));
+        QVERIFY(QFile::exists(out.filePath(QStringLiteral("00-host.png"))));
+        QVERIFY(host.exitCode() != 0);
+        QFile log(out.filePath(QStringLiteral("messages.log")));
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        const QByteArray text = log.readAll();
+        QVERIFY2(text.contains("not reachable (") && !text.contains("too old"), text.constData());
     }
 
     // A line nobody asked for is never handed to a later request.

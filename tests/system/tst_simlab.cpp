@@ -1,7 +1,8 @@
 // The simulator as a lab: a burst of datagrams never deafens a controller, a
 // request followed at once by the client's FIN is still answered, the
 // timeline and the control socket switch controllers off and on, LAN
-// conditions repeat exactly from their seed, and generated LANs answer.
+// conditions repeat exactly from their seed, generated LANs answer, and a
+// signal unplugs controllers.
 // Malformed lab fields: see tst_simlimits.
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -30,6 +31,7 @@ const QByteArray Scenario = R"({ "seed": 7, "controllers": [
     { "address": "127.0.90.2", "hostname": "burst" },
     { "address": "127.0.90.3", "hostname": "switched" },
     { "address": "127.0.90.4", "hostname": "lossy", "conditions": { "udp_loss": 0.5 } },
+    { "address": "127.0.90.5", "unplug_on_signal": true },
     { "address": "127.0.90.100", "hostname": "gen-%n", "generate": 100 }
 ] })";
 
@@ -133,7 +135,7 @@ private slots:
         QCOMPARE(ctl(m_socket, {"set", address(3), "online", "false"}).first, 0);
         QCOMPARE(udpRead(m_udp, 3, 300), QByteArray());
         const QJsonArray lan = QJsonDocument::fromJson(ctl(m_socket, {"status"}).second)["controllers"].toArray();
-        QCOMPARE(lan.size(), 104);
+        QCOMPARE(lan.size(), 105);
         QCOMPARE(lan[2]["address"].toString(), address(3));
         QCOMPARE(lan[2]["model"].toString() + lan[2]["online"].toVariant().toString(), QStringLiteral("LAB 2false"));
         QCOMPARE(ctl(m_socket, {"set", address(3), "online", "true"}).first, 0);
@@ -187,6 +189,15 @@ private slots:
     void generatedControllersAnswer()
     {
         QCOMPARE(udpRead(m_udp, 199), QByteArray("korvane set system hostname gen-100", 36));
+    }
+
+    // SIGUSR1 takes the controllers marked for it off the LAN.
+    void signalUnplugsTheMarkedControllers()
+    {
+        QCOMPARE(udpRead(m_udp, 5), QByteArray("korvane set system hostname 127.0.90.5", 39));
+        QVERIFY(m_sim.unplug());
+        QVERIFY(m_sim.waitForOutput("unplugged 1 controllers", 5000));
+        QCOMPARE(udpRead(m_udp, 5, 300), QByteArray());
     }
 
 private:
