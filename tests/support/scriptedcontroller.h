@@ -16,6 +16,15 @@
 
 namespace TcpPeer {
 
+inline sockaddr_in ipv4(const char *address, unsigned short port)
+{
+    sockaddr_in a = {};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(port);
+    a.sin_addr.s_addr = inet_addr(address);
+    return a;
+}
+
 // A listening socket on address:port with the given backlog; -1 if it
 // cannot bind.
 inline int listeningSocket(const char *address, unsigned short port, int backlog)
@@ -23,11 +32,8 @@ inline int listeningSocket(const char *address, unsigned short port, int backlog
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     const int on = 1;
     ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in a = {};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(port);
-    a.sin_addr.s_addr = inet_addr(address);
-    if (::bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0 || ::listen(fd, backlog) != 0) {
+    const sockaddr_in a = ipv4(address, port);
+    if (::bind(fd, reinterpret_cast<const sockaddr *>(&a), sizeof a) != 0 || ::listen(fd, backlog) != 0) {
         ::close(fd);
         return -1;
     }
@@ -37,11 +43,8 @@ inline int listeningSocket(const char *address, unsigned short port, int backlog
 inline int connectNonBlocking(const char *address, unsigned short port)
 {
     const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-    sockaddr_in a = {};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(port);
-    a.sin_addr.s_addr = inet_addr(address);
-    ::connect(fd, reinterpret_cast<sockaddr *>(&a), sizeof a);
+    const sockaddr_in a = ipv4(address, port);
+    ::connect(fd, reinterpret_cast<const sockaddr *>(&a), sizeof a);
     return fd;
 }
 

@@ -26,6 +26,7 @@ const QByteArray Scenario = R"({ "controllers": [
     { "address": "127.0.5.48", "hostname": "theta-annex-with-a-long-hostname", "scan_visible": false }
 ] })";
 const char LongName[] = "theta-annex-with-a-long-hostname";
+const int OtherQt = QT_VERSION_MAJOR == 5 ? 6 : 5;
 
 // The command that runs a program in a mount namespace of its own, where
 // hostsFile is bound over /etc/hosts, as scripts/demo does; empty when this
@@ -65,11 +66,12 @@ private slots:
         QVERIFY2(!pluginPath().isEmpty(), "the plugin is not in " CASCADE_MODULES_DIR);
         QVERIFY2(m_sim.start(Scenario), qPrintable(m_sim.error()));
         QCOMPARE(m_iom.open_connection(Master, HostIOManager::DefaultPort), 0);
+        runWalkthrough();
     }
 
     void cleanupTestCase() { QCOMPARE(m_sim.stop(), 0); }
 
-    // The host application runs its walkthrough once, and every test below
+    // The host application has run its walkthrough once, and every test below
     // checks what it left: it loads the modules (reporting one that is
     // not a plugin, one built against the other Qt major version, and loading
     // one reachable under two names once), selects a scanned controller,
@@ -77,7 +79,6 @@ private slots:
     // be made to resolve), selects them too, and OK connects all three.
     void hostWalkthroughConnectsAScannedAndHandAddedControllers()
     {
-        QVERIFY2(walkthrough(), "the walkthrough failed");
         char answer[AnswerSize];
         QStringList connected;
         for (int i = 1; m_iom.get_parameter(answer, "cascade connected_slave d%2.2d", i) == 0; ++i)
@@ -91,7 +92,6 @@ private slots:
 
     void hostWalkthroughShowsTheDialogAndItsToolTips()
     {
-        QVERIFY2(walkthrough(), "the walkthrough failed");
         const QDir shots(out.filePath(QStringLiteral("shots")));
         for (const char *shot : {"06-item-tooltip.png", "09-settings-reopened.png"})
             QVERIFY2(QFileInfo(shots.filePath(QLatin1String(shot))).size() > 0, shot);
@@ -101,12 +101,10 @@ private slots:
 
     void hostReportsTheModulesItCannotLoadAndLoadsOneOnce()
     {
-        QVERIFY2(walkthrough(), "the walkthrough failed");
-        const int otherQt = QT_VERSION_MAJOR == 5 ? 6 : 5;
         QVERIFY2(log.contains("Cannot load libbroken.so"), log.constData());
         QVERIFY2(log.count("Loaded module") == 1, log.constData());
         QVERIFY2(log.contains(QStringLiteral("Cannot load libotherqt.so: it is built against Qt %1, but this host runs on Qt %2")
-                                  .arg(otherQt)
+                                  .arg(OtherQt)
                                   .arg(QString::fromLatin1(qVersion()))
                                   .toLatin1()),
                  log.constData());
@@ -115,7 +113,6 @@ private slots:
     // The message log is kept in a file and on standard error as well.
     void hostKeepsItsLogInAFileAndOnStandardError()
     {
-        QVERIFY2(walkthrough(), "the walkthrough failed");
         QFile kept(logPath);
         QVERIFY(kept.open(QIODevice::ReadOnly));
         const QByteArray keptText = kept.readAll();
@@ -157,17 +154,8 @@ private slots:
     }
 
 private:
-    // Runs the walkthrough once; its output, standard error and message log
-    // stay for every test that checks them. False if it failed.
-    bool walkthrough()
-    {
-        if (!ran) {
-            ran = true;
-            runWalkthrough();
-            walked = !QTest::currentTestFailed();
-        }
-        return walked;
-    }
+    // Runs the walkthrough; its output, standard error and message log stay
+    // for every test that checks them.
     void runWalkthrough()
     {
         // The usual versioned layout: the one plugin under two names.
@@ -181,10 +169,9 @@ private:
         QVERIFY(etcHosts.open(QIODevice::ReadOnly) && hosts.open(QIODevice::WriteOnly));
         hosts.write(etcHosts.readAll() + "\n127.0.5.48 " + LongName + "\n");
         hosts.close();
-        const int otherQt = QT_VERSION_MAJOR == 5 ? 6 : 5;
         QFile foreign(modules.filePath(QStringLiteral("libotherqt.so")));
         QVERIFY(foreign.open(QIODevice::WriteOnly) &&
-                foreign.write(QStringLiteral("needs libQt%1Core.so.%1").arg(otherQt).toLatin1()) > 0 && foreign.flush());
+                foreign.write(QStringLiteral("needs libQt%1Core.so.%1").arg(OtherQt).toLatin1()) > 0 && foreign.flush());
 
         const QStringList ns = withHostsFile(hosts.fileName());
         secondAdd = ns.isEmpty() ? QStringLiteral("127.0.5.48") : QString::fromLatin1(LongName);
@@ -209,7 +196,6 @@ private:
 
     SimProcess m_sim;
     HostIOManager m_iom;
-    bool ran = false, walked = false;
     QTemporaryDir modules, out;
     QByteArray output, errors, log;
     QString secondAdd, logPath;

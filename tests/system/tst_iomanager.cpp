@@ -4,7 +4,6 @@
 // the LAN scan with its real UDP probes, adding and removing slaves,
 // hand-entered controllers (also one the LAN scan cannot see) and garbage
 // input over TCP. Addresses 127.0.5.10 - 127.0.5.39.
-#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QHostAddress>
 #include <QTcpSocket>
@@ -236,10 +235,7 @@ private:
     // Waits (bounded) until no scan runs, polling as the scan progress dialog does.
     bool waitForScan()
     {
-        const QDeadlineTimer deadline(5000);
-        while (read("cascade number_of_scanned_slaves") == QLatin1String("-1") && !deadline.hasExpired())
-            QTest::qWait(20);
-        return read("cascade number_of_scanned_slaves") != QLatin1String("-1");
+        return QTest::qWaitFor([&] { return read("cascade number_of_scanned_slaves") != QLatin1String("-1"); }, 5000);
     }
 
     // Runs a scan to its end and returns its entries as "ip description available".

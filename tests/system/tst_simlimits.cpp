@@ -63,10 +63,8 @@ private slots:
         int count = 0;
         QCOMPARE(iom.get_parameter_int(&count, "cascade number_of_scanned_slaves"), 0);
         QCOMPARE(count, -1); // answered at once: the scan runs on
-        const QDeadlineTimer deadline(30000);
-        while ((iom.get_parameter_int(&count, "cascade number_of_scanned_slaves") != 0 || count < 0)
-               && !deadline.hasExpired())
-            QTest::qWait(50);
+        QVERIFY(QTest::qWaitFor(
+            [&] { return iom.get_parameter_int(&count, "cascade number_of_scanned_slaves") == 0 && count >= 0; }, 30000));
         QCOMPARE(count, MaxControllers - 1);
         QSet<QString> listed;
         for (int i = 1; i <= count; ++i) {
