@@ -22,7 +22,6 @@ int openFds()
     return int(QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size());
 }
 
-
 QByteArray address(int row, int host) { return "127.0.8." + QByteArray::number(10 * row + host); }
 
 } // namespace
@@ -53,18 +52,15 @@ private slots:
         QVERIFY(HandProbe::qualifiesAsSlave(QString::fromLatin1(eligibleAddr))); // first use may open descriptors of its own
 
         const int before = openFds();
-        int timedOut = 0;
         for (int i = row * Probes / Rows; i < (row + 1) * Probes / Rows; ++i) {
             // Every 125th probe goes unanswered (0.5 s each), every 8th is refused.
             const QByteArray &target = i % 125 == 0 ? silentAddr : i % 8 == 1 ? refusingAddr : eligibleAddr;
             const QString name = QString::fromLatin1(target);
             const bool ok = i % 2 ? HandProbe::qualifiesAsSlave(name) : HandProbe::answersAsController(name);
             QVERIFY2(ok == (target == eligibleAddr), qPrintable(QStringLiteral("probe %1 of %2 gave %3").arg(i).arg(name).arg(ok)));
-            timedOut += target == silentAddr;
         }
         const int after = openFds();
         QVERIFY2(after == before, qPrintable(QStringLiteral("open descriptors: %1 before, %2 after").arg(before).arg(after)));
-        QCOMPARE(timedOut, 8 / Rows);
     }
 };
 

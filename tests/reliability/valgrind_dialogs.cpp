@@ -16,28 +16,19 @@
 #include "modaldriver.h"
 #include "scriptediomanager.h"
 
-namespace {
-
-// The healthy controller: one connected slave, three scanned controllers
-// (the last one not available).
-void scriptController(ScriptedIOManager &iom)
-{
-    iom.scriptCascade({{QStringLiteral("slave-a"), QStringLiteral("127.0.0.3")}},
-                      {{QStringLiteral("lab-east"), QStringLiteral("127.0.0.5")},
-                       {QStringLiteral("lab-west"), QStringLiteral("127.0.0.6")},
-                       {QStringLiteral("bench"), QStringLiteral("127.0.0.7"), "no"}},
-                      "yes", "no");
-}
-
-} // namespace
-
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
     const int openings = argc > 1 ? QByteArray(argv[1]).toInt() : 100;
 
+    // The healthy controller: one connected slave, three scanned controllers
+    // (the last one not available).
     ScriptedIOManager iom;
-    scriptController(iom);
+    iom.scriptCascade({{QStringLiteral("slave-a"), QStringLiteral("127.0.0.3")}},
+                      {{QStringLiteral("lab-east"), QStringLiteral("127.0.0.5")},
+                       {QStringLiteral("lab-west"), QStringLiteral("127.0.0.6")},
+                       {QStringLiteral("bench"), QStringLiteral("127.0.0.7"), "no"}},
+                      "yes", "no");
     BackendVersions versions(VersionInfo(2, 1, 0), VersionInfo(2, 0, 0), VersionInfo(2, 1, 0),
                              QStringLiteral("VESTRAL"));
     QWidget host;

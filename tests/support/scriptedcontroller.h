@@ -10,13 +10,20 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <future>
 #include <thread>
-#include <vector>
 
 namespace TcpPeer {
+
+inline sockaddr_in ipv4(const char *address, unsigned short port)
+{
+    sockaddr_in a = {};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(port);
+    a.sin_addr.s_addr = inet_addr(address);
+    return a;
+}
 
 // A listening socket on address:port with the given backlog; -1 if it
 // cannot bind.
@@ -25,11 +32,8 @@ inline int listeningSocket(const char *address, unsigned short port, int backlog
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     const int on = 1;
     ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in a = {};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(port);
-    a.sin_addr.s_addr = inet_addr(address);
-    if (::bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0 || ::listen(fd, backlog) != 0) {
+    const sockaddr_in a = ipv4(address, port);
+    if (::bind(fd, reinterpret_cast<const sockaddr *>(&a), sizeof a) != 0 || ::listen(fd, backlog) != 0) {
         ::close(fd);
         return -1;
     }
@@ -39,11 +43,8 @@ inline int listeningSocket(const char *address, unsigned short port, int backlog
 inline int connectNonBlocking(const char *address, unsigned short port)
 {
     const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-    sockaddr_in a = {};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(port);
-    a.sin_addr.s_addr = inet_addr(address);
-    ::connect(fd, reinterpret_cast<sockaddr *>(&a), sizeof a);
+    const sockaddr_in a = ipv4(address, port);
+    ::connect(fd, reinterpret_cast<const sockaddr *>(&a), sizeof a);
     return fd;
 }
 
@@ -85,7 +86,7 @@ struct SilentController
 
 // A scripted controller: answers the first request of the first connection
 // with "korvane ok", and once more when sendStray() is called; then refuses
-// whatever comes, on any connection, until it is destroyed.
+// the first request of the next connection.
 class ScriptedController
 {
 public:
@@ -97,7 +98,6 @@ public:
     }
     ~ScriptedController()
     {
-        m_done = true;
         if (m_thread.joinable())
             m_thread.join();
         if (m_listener >= 0)
@@ -112,43 +112,30 @@ public:
     }
 
 private:
-    void serve()
+    // Accepts the next connection within 5 s; -1 if none comes.
+    int accept()
     {
         pollfd p = {m_listener, POLLIN, 0};
-        if (::poll(&p, 1, 5000) != 1) {
-            m_straySent.set_value();
-            return;
-        }
-        const int first = ::accept(m_listener, nullptr, nullptr);
+        return ::poll(&p, 1, 5000) == 1 ? ::accept(m_listener, nullptr, nullptr) : -1;
+    }
+
+    void serve()
+    {
+        const int first = accept();
         if (!readLine(first, 5000).isEmpty() && ::write(first, "korvane ok\n", 11) == 11) {
             m_sendStray.get_future().wait_for(std::chrono::seconds(5));
             (void)!::write(first, "korvane ok\n", 11);
         }
         m_straySent.set_value();
-        if (first < 0)
-            return;
-        std::vector<pollfd> fds = {{m_listener, POLLIN, 0}, {first, POLLIN, 0}};
-        while (!m_done && ::poll(fds.data(), nfds_t(fds.size()), 100) >= 0) {
-            if (fds[0].revents & POLLIN)
-                fds.push_back({::accept(m_listener, nullptr, nullptr), POLLIN, 0});
-            for (size_t i = 1; i < fds.size(); ++i) {
-                if (!(fds[i].revents & (POLLIN | POLLHUP)))
-                    continue;
-                if (!readLine(fds[i].fd, 1000).isEmpty()) {
-                    (void)!::write(fds[i].fd, "korvane error refused\n", 22);
-                } else { // closed by the host
-                    ::close(fds[i].fd);
-                    fds[i].fd = -1;
-                }
-            }
-        }
-        for (size_t i = 1; i < fds.size(); ++i)
-            if (fds[i].fd >= 0)
-                ::close(fds[i].fd);
+        const int next = accept();
+        if (!readLine(next, 5000).isEmpty())
+            (void)!::write(next, "korvane error refused\n", 22);
+        for (int fd : {first, next})
+            if (fd >= 0)
+                ::close(fd);
     }
 
     int m_listener;
-    std::atomic<bool> m_done{false};
     std::promise<void> m_sendStray, m_straySent;
     std::thread m_thread;
 };

@@ -15,13 +15,11 @@
 class SimProcess
 {
 public:
-    static constexpr int ReadyTimeoutMs = 10000;
-
     ~SimProcess() { stop(); }
 
     // Writes scenarioJson to a file and starts the simulator on it, with
     // extra options before the file (e.g. "-v"). False (with the simulator's
-    // output in error()) if it is not ready in time.
+    // output in error()) if it is not ready within 10 s.
     bool start(const QByteArray &scenarioJson, const QStringList &options = QStringList())
     {
         QFile f(m_dir.filePath(QStringLiteral("scenario.json")));
@@ -33,7 +31,7 @@ public:
         m_output.clear();
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         m_process.start(QStringLiteral(CASCADE_SIM_PATH), options + QStringList{f.fileName()});
-        if (!waitForOutput("cascade-sim ready", ReadyTimeoutMs)) { // not "already in use"
+        if (!waitForOutput("cascade-sim ready", 10000)) { // not "already in use"
             m_error = QStringLiteral("simulator not ready: %1 %2")
                           .arg(m_process.errorString(), QString::fromLocal8Bit(m_output));
             return false;

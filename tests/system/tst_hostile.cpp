@@ -2,7 +2,7 @@
 // read requests (replies, writes, commands, forged ones), a flood of
 // pipelined requests, idle and surplus connections. Against the host's
 // IOManager and the host application: a controller that never completes a
-// connect, a long time-out the module set for one request, a stray reply line.
+// connect, a stray reply line.
 // Addresses 127.0.71.1 - 127.0.71.40.
 #include <QHostAddress>
 #include <QNetworkDatagram>
@@ -11,15 +11,11 @@
 #include <QtTest>
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netinet/ip.h>
 #include <netinet/udp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <vector>
-#include <cstring>
 
 #include "ControllerProtocol.h"
 #include "hostiomanager.h"
@@ -34,23 +30,14 @@ namespace {
 
 const char Master[] = "127.0.71.1";
 const char Lan[] = "127.0.71.2";
-const char Slave[] = "127.0.71.3";
-const char Tester[] = "127.0.71.40";
 const char Silent[] = "127.0.71.20"; // a listener that never accepts
 const char Scripted[] = "127.0.71.21"; // a scripted controller in this process
 
 const QByteArray Scenario = R"({ "controllers": [
-    { "address": "127.0.71.1", "master": true, "connected": ["127.0.71.3"],
-      "faults": [ { "match": "korvane get system protocol", "delay_ms": 800 },
-                  { "match": "korvane get system access", "action": "reply", "text": "korvane set system accessx full" } ] },
+    { "address": "127.0.71.1", "master": true, "connected": ["127.0.71.3"] },
     { "address": "127.0.71.2", "hostname": "lan" },
     { "address": "127.0.71.3", "hostname": "slave" }
 ] })";
-
-in_addr_t ip(const char *dotted)
-{
-    return inet_addr(dotted);
-}
 
 // Sends one UDP datagram with a forged source address and port through a raw
 // socket. False when the process may not open one.
@@ -67,31 +54,19 @@ bool sendForged(const char *from, const char *to, const QByteArray &payload)
     iph->ttl = 64;
     iph->protocol = IPPROTO_UDP;
     iph->tot_len = htons(quint16(packet.size()));
-    iph->saddr = ip(from);
-    iph->daddr = ip(to);
+    iph->saddr = inet_addr(from);
+    iph->daddr = inet_addr(to);
     auto *udp = reinterpret_cast<udphdr *>(packet.data() + sizeof(iphdr));
     udp->source = htons(Port);
     udp->dest = htons(Port);
     udp->len = htons(quint16(sizeof(udphdr) + size_t(payload.size())));
     udp->check = 0; // no checksum
-    sockaddr_in dest = {};
-    dest.sin_family = AF_INET;
-    dest.sin_addr.s_addr = ip(to);
-    const bool sent = ::sendto(fd, packet.constData(), size_t(packet.size()), 0, reinterpret_cast<sockaddr *>(&dest),
-                               sizeof dest) == packet.size();
+    const sockaddr_in dest = TcpPeer::ipv4(to, 0);
+    const bool sent = ::sendto(fd, packet.constData(), size_t(packet.size()), 0,
+                               reinterpret_cast<const sockaddr *>(&dest), sizeof dest)
+                      == packet.size();
     ::close(fd);
     return sent;
-}
-
-qint64 residentKiB(qint64 pid)
-{
-    QFile f(QStringLiteral("/proc/%1/status").arg(pid));
-    if (!f.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray &l : f.readAll().split('\n'))
-        if (l.startsWith("VmRSS:"))
-            return l.mid(6).trimmed().split(' ').first().toLongLong();
-    return -1;
 }
 
 } // namespace
@@ -104,21 +79,31 @@ private slots:
     void initTestCase()
     {
         QVERIFY2(m_sim.start(Scenario, {QStringLiteral("-v")}), qPrintable(m_sim.error()));
-        QVERIFY(m_udp.bind(QHostAddress(QString::fromLatin1(Tester)), 0));
+        QVERIFY(m_udp.bind(QHostAddress(QStringLiteral("127.0.71.40")), 0)); // the tester
     }
 
     void cleanupTestCase() { QCOMPARE(m_sim.stop(), 0); }
 
-    // Replies, writes, commands and error lines get no answer over UDP (the
-    // next reply is the marker read's), and the cascade is unchanged.
+    // Replies, writes, commands, error lines and garbage get no answer over
+    // UDP (the next reply is the marker read's), and the cascade is
+    // unchanged.
     void udpAnswersReadRequestsOnly()
     {
-        for (const char *text : {"korvane cascade sub_slave 127.0.71.3", "korvane cascade add_slave 127.0.71.2",
-                                 "korvane set cascade wol_slaves yes", "korvane set system version v2.7.1",
-                                 "korvane error unknown parameter", "korvane ok"}) {
-            m_udp.writeDatagram(datagram(text), QHostAddress(QString::fromLatin1(Master)), Port);
-            QVERIFY2(markerReply(Master) == datagram("korvane set system hostname 127.0.71.1"), text);
+        for (const QByteArray &d :
+             {datagram("korvane cascade sub_slave 127.0.71.3"), datagram("korvane cascade add_slave 127.0.71.2"),
+              datagram("korvane set cascade wol_slaves yes"), datagram("korvane set system version v2.7.1"),
+              datagram("korvane error unknown parameter"), datagram("korvane ok"), QByteArray("no zero byte"),
+              QByteArray("\xff\xfe\x01\x00", 4), QByteArray(60000, 'x'), QByteArray()}) {
+            m_udp.writeDatagram(d, QHostAddress(QString::fromLatin1(Master)), Port);
+            QVERIFY2(markerReply(Master) == datagram("korvane set system hostname 127.0.71.1"),
+                     d.left(40).toPercentEncoding().constData());
         }
+        // A malformed read gets a refusal, and the verbose log shows its raw
+        // bytes as printable text.
+        m_udp.writeDatagram(datagram("korvane get \x01\x1b[2J\xff"), QHostAddress(QString::fromLatin1(Master)), Port);
+        QVERIFY(m_udp.waitForReadyRead(2000) && m_udp.receiveDatagram().data().startsWith("korvane error"));
+        QVERIFY(m_sim.waitForOutput("\\x01\\x1b[2J\\xff", 2000));
+        QVERIFY2(!m_sim.output().contains('\x1b') && !m_sim.output().contains('\x01'), m_sim.output().constData());
         HostIOManager iom;
         QCOMPARE(iom.open_connection(Master, Port), 0);
         char answer[AnswerSize];
@@ -130,7 +115,7 @@ private slots:
 
     // A reply forged as coming from another controller's port, and a read
     // forged as coming from the controller's own port: neither starts an
-    // exchange that never ends, and the simulator still serves and stops.
+    // exchange that never ends, and the simulator still serves.
     void forgedDatagramsStartNoEndlessExchange()
     {
         if (!sendForged(Lan, Master, datagram("korvane set system version v2.7.1")))
@@ -142,10 +127,6 @@ private slots:
         QVERIFY(m_sim.waitForOutput("127.0.71.2 udp > korvane set system hostname lan", 2000));
         QCOMPARE(m_sim.output().count("127.0.71.2 udp <"), 1);
         QVERIFY(m_sim.output().contains("127.0.71.1 udp (sent from this controller's own port"));
-        HostIOManager iom;
-        QCOMPARE(iom.open_connection(Master, Port), 0);
-        char answer[AnswerSize];
-        QCOMPARE(iom.get_parameter(answer, "system hostname"), 0);
     }
 
     // Requests sent at once without reading a reply: the simulator stops
@@ -164,7 +145,6 @@ private slots:
 
         const QByteArray request("korvane get system model\n");
         const QByteArray chunk = request.repeated(4096);
-        const qint64 rssBefore = residentKiB(sim.pid());
         qint64 sent = 0;
         // Until the simulator has stopped taking requests for half a second.
         while (sent < 64ll * 1024 * 1024 && ::poll(&p, 1, 500) == 1) {
@@ -173,17 +153,13 @@ private slots:
             QVERIFY(n > 0);
             sent += n;
         }
-        const qint64 rssStalled = residentKiB(sim.pid());
-        qInfo("sent %lld bytes before the simulator stopped reading; its RSS %lld -> %lld KiB", sent, rssBefore,
-              rssStalled);
+        qInfo("sent %lld bytes before the simulator stopped reading", sent);
         QVERIFY2(sent < 32ll * 1024 * 1024, "the simulator kept reading without bound");
         // The last request may be cut short: it stays unanswered.
         const qint64 expected = sent / request.size();
         const QByteArray reply("korvane set system model VESTRAL\n");
         qint64 received = 0;
         QByteArray pending;
-        QElapsedTimer clock;
-        clock.start();
         p.events = POLLIN;
         char buf[65536];
         while (received < expected * reply.size() && ::poll(&p, 1, 5000) == 1) {
@@ -196,7 +172,6 @@ private slots:
             pending.remove(0, whole);
             received += whole;
         }
-        qInfo("%lld replies in %lld ms", received / reply.size(), clock.elapsed());
         QCOMPARE(received / reply.size(), expected);
         ::close(fd);
         QCOMPARE(sim.stop(), 0);
@@ -259,7 +234,10 @@ private slots:
     }
 
     // The host application shows its window after one bounded connect, not
-    // after the system's connect time-out of over two minutes.
+    // after the system's connect time-out of over two minutes. Without a
+    // controller the versions are unknown: it says that the controller is not
+    // reachable and keeps the module's entry disabled, instead of letting the
+    // module call it too old.
     void hostWithASilentControllerShowsItsWindowSoon()
     {
         const TcpPeer::SilentController silent(Silent, Port);
@@ -269,38 +247,20 @@ private slots:
         host.setProcessChannelMode(QProcess::MergedChannels);
         host.start(QStringLiteral(CASCADE_WALKTHROUGH_PATH),
                    {QString::fromLatin1(Silent), out.path(), QStringLiteral("--lang"), QStringLiteral("en")});
-        QElapsedTimer clock;
-        clock.start();
-        const QString firstShot = QDir(out.path()).filePath(QStringLiteral("00-host.png"));
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(firstShot), 20000);
-        qInfo("the host's first screenshot after %lld ms", clock.elapsed());
-        host.kill();
-        host.waitForFinished(5000);
+        QVERIFY(host.waitForFinished(20000));
+        QVERIFY(QFile::exists(out.filePath(QStringLiteral("00-host.png"))));
+        QVERIFY(host.exitCode() != 0);
+        QFile log(out.filePath(QStringLiteral("messages.log")));
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        const QByteArray text = log.readAll();
+        QVERIFY2(text.contains("not reachable (") && !text.contains("too old"), text.constData());
     }
 
-    // The long reply time-out a module sets before adding a slave holds for
-    // that one request only.
-    void setTimeoutHoldsForTheNextRequestOnly()
-    {
-        HostIOManager iom;
-        QCOMPARE(iom.open_connection(Master, Port), 0);
-        char answer[AnswerSize];
-        iom.set_timeout(0, 300, 0);
-        QCOMPARE(iom.get_parameter(answer, "system protocol"), int(HostIOManager::Timeout)); // answered after 800 ms
-        QCOMPARE(iom.get_parameter(answer, "system protocol"), 0);
-        QCOMPARE(answer, "1.9.0");
-    }
-
-    // A reply that does not fit its request, or a line nobody asked for, is
-    // never handed to a later request.
+    // A line nobody asked for is never handed to a later request.
     void strayRepliesAreNeverTakenForALaterAnswer()
     {
         HostIOManager iom;
-        QCOMPARE(iom.open_connection(Master, Port), 0);
         char answer[AnswerSize];
-        QCOMPARE(iom.get_parameter(answer, "system access"), int(HostIOManager::Malformed));
-        QVERIFY(!iom.is_connected());
-
         TcpPeer::ScriptedController controller(Scripted, Port);
         QVERIFY(controller.listening());
         QCOMPARE(iom.open_connection(Scripted, Port), 0);

@@ -1,17 +1,17 @@
 // The simulator as a lab: a burst of datagrams never deafens a controller, a
 // request followed at once by the client's FIN is still answered, the
 // timeline and the control socket switch controllers off and on, LAN
-// conditions repeat exactly from their seed, and generated LANs answer.
+// conditions repeat exactly from their seed, generated LANs answer, and a
+// signal unplugs controllers.
+// Malformed lab fields: see tst_simlimits.
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkDatagram>
 #include <QProcess>
+#include <QTcpSocket>
 #include <QUdpSocket>
 #include <QtTest>
-#include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include "ControllerProtocol.h"
 #include "simprocess.h"
@@ -31,6 +31,7 @@ const QByteArray Scenario = R"({ "seed": 7, "controllers": [
     { "address": "127.0.90.2", "hostname": "burst" },
     { "address": "127.0.90.3", "hostname": "switched" },
     { "address": "127.0.90.4", "hostname": "lossy", "conditions": { "udp_loss": 0.5 } },
+    { "address": "127.0.90.5", "unplug_on_signal": true },
     { "address": "127.0.90.100", "hostname": "gen-%n", "generate": 100 }
 ] })";
 
@@ -98,32 +99,21 @@ private slots:
         }
     }
 
-    // The client sends its request and closes its side at once.
+    // The client sends its request and closes its side at once. The first
+    // reply shows the session is up; the FIN follows the second request.
     void requestBeforeHalfCloseIsAnswered()
     {
-        const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-        QVERIFY(fd >= 0);
-        sockaddr_in to = {};
-        to.sin_family = AF_INET;
-        to.sin_port = htons(Port);
-        to.sin_addr.s_addr = htonl(QHostAddress(address(1)).toIPv4Address());
-        QCOMPARE(::connect(fd, reinterpret_cast<sockaddr *>(&to), sizeof to), 0);
-        // The first reply shows the session is up; the FIN follows the second request.
-        const char request[] = "korvane get system model\n";
-        const QByteArray reply = "korvane set system model VESTRAL\n";
+        QTcpSocket s;
+        s.connectToHost(QHostAddress(address(1)), Port);
+        QVERIFY(s.waitForConnected(3000));
+        const QByteArray request = "korvane get system model\n", reply = "korvane set system model VESTRAL\n";
         QByteArray received;
-        pollfd p = {fd, POLLIN, 0};
-        char buf[256];
-        for (int n = 1; n <= 2; ++n) {
-            QCOMPARE(::send(fd, request, sizeof request - 1, 0), ssize_t(sizeof request - 1));
-            if (n == 2)
-                ::shutdown(fd, SHUT_WR);
-            for (ssize_t got = 1; got > 0 && received.size() < n * reply.size() && ::poll(&p, 1, 3000) == 1;) {
-                got = ::recv(fd, buf, sizeof buf, 0);
-                received += QByteArray(buf, int(qMax<ssize_t>(got, 0)));
-            }
-        }
-        ::close(fd);
+        s.write(request);
+        QTRY_VERIFY_WITH_TIMEOUT((received += s.readAll()).size() >= reply.size(), 3000);
+        s.write(request);
+        QVERIFY(s.waitForBytesWritten(3000));
+        QCOMPARE(::shutdown(int(s.socketDescriptor()), SHUT_WR), 0);
+        QTRY_VERIFY_WITH_TIMEOUT((received += s.readAll()).size() >= 2 * reply.size(), 3000);
         QCOMPARE(received, reply + reply);
     }
 
@@ -145,7 +135,7 @@ private slots:
         QCOMPARE(ctl(m_socket, {"set", address(3), "online", "false"}).first, 0);
         QCOMPARE(udpRead(m_udp, 3, 300), QByteArray());
         const QJsonArray lan = QJsonDocument::fromJson(ctl(m_socket, {"status"}).second)["controllers"].toArray();
-        QCOMPARE(lan.size(), 104);
+        QCOMPARE(lan.size(), 105);
         QCOMPARE(lan[2]["address"].toString(), address(3));
         QCOMPARE(lan[2]["model"].toString() + lan[2]["online"].toVariant().toString(), QStringLiteral("LAB 2false"));
         QCOMPARE(ctl(m_socket, {"set", address(3), "online", "true"}).first, 0);
@@ -201,34 +191,13 @@ private slots:
         QCOMPARE(udpRead(m_udp, 199), QByteArray("korvane set system hostname gen-100", 36));
     }
 
-    void malformedLabFieldsAreRefusedNamingThem_data()
+    // SIGUSR1 takes the controllers marked for it off the LAN.
+    void signalUnplugsTheMarkedControllers()
     {
-        QTest::addColumn<QByteArray>("fields");
-        QTest::addColumn<QByteArray>("named");
-        QTest::newRow("seed") << QByteArray(R"("seed": -1)") << QByteArray("\"seed\"");
-        QTest::newRow("loss") << QByteArray(R"("conditions": { "udp_loss": 2 })") << QByteArray("\"udp_loss\"");
-        QTest::newRow("events") << QByteArray(R"("events": {})") << QByteArray("\"events\"");
-        QTest::newRow("no time") << QByteArray(R"("events": [ { "address": "127.0.90.21", "leave": true } ])")
-                                 << QByteArray("\"at_ms\"");
-        QTest::newRow("set field") << QByteArray(R"("events": [ { "at_ms": 1, "address": "127.0.90.21",
-                                                  "set": { "colour": 1 } } ])") << QByteArray("\"colour\"");
-        QTest::newRow("set type") << QByteArray(R"("events": [ { "at_ms": 1, "address": "127.0.90.21",
-                                                 "set": { "online": "no" } } ])") << QByteArray("\"online\"");
-        QTest::newRow("address") << QByteArray(R"("events": [ { "at_ms": 1, "address": "127.0.90.29",
-                                                "leave": true } ])") << QByteArray("127.0.90.29");
-        QTest::newRow("join") << QByteArray(R"("events": [ { "at_ms": 1, "join": { "hostname": "x" } } ])")
-                              << QByteArray("event 1");
-    }
-
-    void malformedLabFieldsAreRefusedNamingThem()
-    {
-        QFETCH(QByteArray, fields);
-        QFETCH(QByteArray, named);
-        SimProcess sim;
-        QVERIFY(!sim.start(R"({ "controllers": [ { "address": "127.0.90.21", "master": true },
-                                                 { "address": "127.0.90.22" } ], )" + fields + "}"));
-        QCOMPARE(sim.stop(), 2);
-        QVERIFY2(sim.output().contains(named), sim.output().constData());
+        QCOMPARE(udpRead(m_udp, 5), QByteArray("korvane set system hostname 127.0.90.5", 39));
+        QVERIFY(m_sim.unplug());
+        QVERIFY(m_sim.waitForOutput("unplugged 1 controllers", 5000));
+        QCOMPARE(udpRead(m_udp, 5, 300), QByteArray());
     }
 
 private:
