@@ -29,7 +29,6 @@ class UdpResponder
 {
 public:
     QHash<QByteArray, QByteArray> replies;
-    QList<QByteArray> received;
 
     bool start(const QByteArray &addr, const QByteArray &replyFrom = QByteArray())
     {
@@ -52,7 +51,7 @@ public:
     QList<QByteArray> seen()
     {
         std::lock_guard<std::mutex> l(m_lock);
-        return received;
+        return m_received;
     }
 
 private:
@@ -82,7 +81,7 @@ private:
             const QByteArray req(buf, int(n));
             {
                 std::lock_guard<std::mutex> l(m_lock);
-                received << req;
+                m_received << req;
             }
             const QByteArray reply = replies.value(req.endsWith('\0') ? req.left(req.size() - 1) : req);
             if (!reply.isNull())
@@ -94,4 +93,5 @@ private:
     std::atomic<bool> m_stop{false};
     std::thread m_thread;
     std::mutex m_lock;
+    QList<QByteArray> m_received;
 };

@@ -1,39 +1,18 @@
 // The socket library's TCP servers and clients over loopback, the bounded
 // connect, and descriptors over many cycles and at the select() limit.
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/select.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <string>
 #include <vector>
 
 #include "vxtest.h"
 
 namespace {
-
-// A listener on 127.0.72.1 with the given backlog; its port in *port.
-int listener(int backlog, unsigned short *port)
-{
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a = {};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = inet_addr("127.0.72.1");
-    socklen_t len = sizeof a;
-    if (bind(fd, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0 || listen(fd, backlog) != 0
-        || getsockname(fd, reinterpret_cast<sockaddr *>(&a), &len) != 0) {
-        close(fd);
-        return -1;
-    }
-    *port = ntohs(a.sin_port);
-    return fd;
-}
 
 TEST(Descriptors, FailedInitsLeaveTheHandleAndNoDescriptor)
 {
@@ -178,61 +157,43 @@ TEST_F(Tcp, MultiConnectionServer)
     }
 }
 
+// A send never blocks on a peer that stops reading: what does not fit at
+// once is an error, and a send to full buffers waits its whole time-out.
 TEST_F(Tcp, SendTimesOutWhenThePeerStopsReading)
 {
     start(0);
     vx_ip_socket_type c = client(), conn = nullptr;
     ASSERT_EQ(receive(&conn), VX_ACCEPTED);
-    const std::vector<char> chunk(1024, 'x');
+    const std::vector<char> data(64 << 20, 'x');
+    double t0 = nowMs();
+    EXPECT_EQ(vx_tcp_send(c, data.data(), int(data.size()), 100000), VX_ERROR) << "only part of it fits";
+    EXPECT_LT(nowMs() - t0, 1000.0);
     const unsigned int wait = kShortUs / 5;
     int rc = VX_OK;
-    double elapsed = 0;
-    for (int i = 0; i < 100000 && rc == VX_OK; ++i) {
-        const double t0 = nowMs();
-        rc = vx_tcp_send(c, chunk.data(), int(chunk.size()), wait);
-        elapsed = nowMs() - t0;
+    for (int i = 0; i < 1000 && rc == VX_OK; ++i) { // until the buffers are full
+        t0 = nowMs();
+        rc = vx_tcp_send(c, data.data(), 1024, wait);
     }
     ASSERT_EQ(rc, VX_TIMEOUT);
-    EXPECT_GE(elapsed, wait / 1e3);
-    EXPECT_LT(elapsed, wait / 1e3 + 2000);
+    EXPECT_GE(nowMs() - t0, wait / 1e3);
+    EXPECT_LT(nowMs() - t0, wait / 1e3 + 2000);
     EXPECT_EQ(vx_tcp_exit(c), VX_OK);
 }
 
-TEST_F(Tcp, LargeSendToAPeerThatDoesNotReadEndsWithinItsTimeOut)
+// A connect that never completes is timed with the host against a silent
+// controller; here the bounded connect succeeds or is refused.
+TEST(BoundedConnect, ConnectsOrIsRefused)
 {
-    start(0);
-    vx_ip_socket_type c = client(), conn = nullptr;
-    ASSERT_EQ(receive(&conn), VX_ACCEPTED);
-    const std::vector<char> big(64 << 20, 'x');
-    const double t0 = nowMs();
-    EXPECT_EQ(vx_tcp_send(c, big.data(), int(big.size()), 100000), VX_ERROR) << "only part of it fits";
-    EXPECT_LT(nowMs() - t0, 1000.0);
+    vx_ip_socket_type server = nullptr, c = nullptr;
+    ASSERT_EQ(vx_tcp_server_init(&server, 0, VX_OPT_ANYPORT), VX_OK);
+    const unsigned short port = portOf(server);
+    ASSERT_EQ(vx_tcp_client_connect(&c, kLoopback, port, kLongUs), VX_OK);
     EXPECT_EQ(vx_tcp_exit(c), VX_OK);
-}
-
-TEST(BoundedConnect, ConnectsRefusesAndTimesOut)
-{
-    unsigned short port = 0;
-    const int fd = listener(0, &port);
-    ASSERT_GE(fd, 0);
-    const unsigned int ip = vx_ip_name2ip("127.0.72.1");
-
-    vx_ip_socket_type first = nullptr;
-    ASSERT_EQ(vx_tcp_client_connect(&first, ip, port, 1000000u), VX_OK);
-    // The accept queue is full now: the next connect is never completed.
-    vx_ip_socket_type second = nullptr;
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(vx_tcp_client_connect(&second, ip, port, 300000u), VX_TIMEOUT);
-    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
-    EXPECT_GE(ms.count(), 290);
-    EXPECT_LT(ms.count(), 2000);
-    EXPECT_EQ(second, nullptr);
-
-    EXPECT_EQ(vx_tcp_exit(first), VX_OK);
-    close(fd);
-    vx_ip_socket_type refused = nullptr;
-    EXPECT_EQ(vx_tcp_client_connect(&refused, ip, port, 1000000u), VX_ERROR);
+    EXPECT_EQ(vx_tcp_exit(server), VX_OK);
+    c = nullptr;
+    EXPECT_EQ(vx_tcp_client_connect(&c, kLoopback, port, kLongUs), VX_ERROR);
     EXPECT_EQ(errno, ECONNREFUSED);
+    EXPECT_EQ(c, nullptr);
 }
 
 } // namespace
