@@ -107,20 +107,20 @@ void poll(QWidget *progress)
 }
 
 namespace {
-// Posts the poll, so that it runs inside the dialog's own event loop; an
+// Posts the step, so that it runs inside the dialog's own event loop; an
 // event filter sees nested dialogs too, where a timer-driven step would not
 // run again until the outer one returns.
 class PollDriver : public QObject
 {
 public:
-    bool on = false;
+    std::function<void(QDialog *)> act;
     bool eventFilter(QObject *o, QEvent *e) override
     {
-        if (on && e->type() == QEvent::Show && o->objectName() == QLatin1String("EndlessProgressDlgClass")) {
-            QPointer<QWidget> w(static_cast<QWidget *>(o));
-            QTimer::singleShot(0, [w] {
+        if (act && e->type() == QEvent::Show && o->objectName() == QLatin1String("EndlessProgressDlgClass")) {
+            QPointer<QDialog> w(static_cast<QDialog *>(o));
+            QTimer::singleShot(0, [w, act = act] {
                 if (w)
-                    poll(w);
+                    act(w);
             });
         }
         return false;
@@ -129,13 +129,13 @@ public:
 PollDriver *g_polls = nullptr;
 } // namespace
 
-void drivePolls(bool on)
+void drivePolls(bool on, const std::function<void(QDialog *)> &act)
 {
     if (!g_polls) {
         g_polls = new PollDriver;
         qApp->installEventFilter(g_polls);
     }
-    g_polls->on = on;
+    g_polls->act = !on ? nullptr : act ? act : [](QDialog *w) { poll(w); };
 }
 
 void clickRow(QTableWidget *t, int row)

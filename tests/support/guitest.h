@@ -3,6 +3,7 @@
 // dialog), the end-of-test checks, and table inspection.
 #pragma once
 
+#include <QDialog>
 #include <QPointer>
 #include <QStringList>
 #include <QTableWidget>
@@ -28,9 +29,9 @@ QChar mnemonic(const QString &text);
 // Runs a scan progress dialog's poll, its 500 ms timer's work, at once.
 void poll(QWidget *progress);
 // Until problems() is next called, every scan progress dialog that shows,
-// nested ones included, polls at once instead of after its timer's first
-// interval.
-void drivePolls(bool on = true);
+// nested ones included, gets `act` run inside its own event loop; by
+// default it polls at once instead of after its timer's first interval.
+void drivePolls(bool on = true, const std::function<void(QDialog *)> &act = {});
 
 // Runs the dialog's opening; once it is the active modal widget and ready()
 // holds, runs act(). A dialog that act left open is ended with -1.

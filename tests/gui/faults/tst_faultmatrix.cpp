@@ -8,10 +8,8 @@
 // must be sent by at least one of the healthy user sessions. Every catalogue
 // entry is one row of fault() and one CTest test (gui.faultmatrix.<entry>).
 #include <QCheckBox>
-#include <QPointer>
 #include <QPushButton>
 #include <QTableWidget>
-#include <QTimer>
 #include <QtTest>
 
 #include "BackendVersions.h"
@@ -99,32 +97,16 @@ void injectFault(ScriptedIOManager &io, const Entry &entry, Fault fault, const Q
     }
 }
 
-// Ends every scan progress dialog at once, nested ones included: runs its
-// poll if the scan started (the work of its timer), and closes it as a user
-// would if that did not end it (the scan did not start, the poll failed, or
-// the count stays negative). The step is posted, so that it runs inside the
-// dialog's own event loop.
-class ProgressFinisher : public QObject
+// Ends a scan progress dialog at once: runs its poll if the scan started
+// (the work of its timer), and closes it as a user would if that did not end
+// it (the scan did not start, the poll failed, or the count stays negative).
+void finishProgress(QDialog *w, const ScriptedIOManager &io)
 {
-public:
-    explicit ProgressFinisher(ScriptedIOManager &io) : m_io(io) { qApp->installEventFilter(this); }
-    bool eventFilter(QObject *o, QEvent *e) override
-    {
-        if (e->type() != QEvent::Show || o->objectName() != QLatin1String("EndlessProgressDlgClass"))
-            return false;
-        QPointer<QDialog> w(static_cast<QDialog *>(o));
-        QTimer::singleShot(0, this, [this, w] {
-            if (w && !m_io.log.isEmpty() && m_io.log.last() == QLatin1String("cmd ") + QLatin1String(CmdScanSlaves))
-                QMetaObject::invokeMethod(w, "onTimer");
-            if (w && w->isVisible())
-                w->reject();
-        });
-        return false;
-    }
-
-private:
-    ScriptedIOManager &m_io;
-};
+    if (!io.log.isEmpty() && io.log.last() == QLatin1String("cmd ") + QLatin1String(CmdScanSlaves))
+        GuiTest::poll(w);
+    if (w->isVisible())
+        w->reject();
+}
 
 void clickIfEnabled(QAbstractButton *b)
 {
@@ -169,7 +151,7 @@ Outcome run(bool wol, bool apply, const Entry *target, Fault fault, const QStrin
             injectFault(io, *target, fault, known);
     };
     inject();
-    ProgressFinisher finisher(io);
+    GuiTest::drivePolls(true, [&io](QDialog *w) { finishProgress(w, io); });
     BackendVersions versions(VersionInfo(2, 7, 0), VersionInfo(1, 9, 0), VersionInfo(2, 7, 0),
                              QStringLiteral("VESTRAL"));
     QWidget parent;

@@ -1,7 +1,6 @@
 // The slave records and tables, the connected and available lists, select
 // and deselect, and applying the arranged cascade on OK.
 #include <QtTest>
-#include <algorithm>
 #include <memory>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -98,27 +97,6 @@ private slots:
     {
         dlg.reset();
         VERIFY_CLEAN();
-    }
-
-    // Only the exact text "no" is unavailable; names sort ignoring case.
-    void slaveInfo()
-    {
-        QList<SlaveInfo *> l;
-        for (const char *a : {"no", "No", "", "no "})
-            l << new SlaveInfo(QString("h%1").arg(a), "10.0.0.1", a);
-        QCOMPARE(QList<bool>({l[0]->available(), l[1]->available(), l[2]->available(), l[3]->available()}),
-                 QList<bool>({false, true, true, true}));
-        qDeleteAll(l);
-        l.clear();
-        for (const char *n : {"beta", "Alpha", "", "alpha2", "ALPHA"})
-            l << new SlaveInfo(n, "10.0.0.1", "yes");
-        std::sort(l.begin(), l.end(), SlaveInfo::sortAscendingByHostname);
-        QStringList names;
-        for (SlaveInfo *s : l)
-            names << s->hostname().toLower();
-        QCOMPARE(names, QStringList({"", "alpha", "alpha", "alpha2", "beta"}));
-        QVERIFY(!SlaveInfo::sortAscendingByHostname(l[1], l[2]) && !SlaveInfo::sortAscendingByHostname(l[2], l[1]));
-        qDeleteAll(l);
     }
 
     // The connected list replaces what the table showed, then the poll marks
@@ -302,43 +280,6 @@ private slots:
         QCOMPARE(DialogAccess::availableSlaves(*dlg).size(), 2);
     }
 
-    void selectAndDeselect()
-    {
-        iom->scriptCascade({{"ctrl1", "10.5.0.1"}, {"ctrl2", "10.5.0.2"}},
-                           {{"ctrlC", "10.5.0.12"}, {"ctrlA", "10.5.0.10"}, {"ctrlB", "10.5.0.11", "no"}, {"ctrl1", "10.5.0.1"}});
-        makeDialog();
-        fillLists();
-        QCOMPARE(rows(available()), QStringList({"ctrl1|10.5.0.1|no", "ctrlA|10.5.0.10|yes", "ctrlB|10.5.0.11|no",
-                                                 "ctrlC|10.5.0.12|yes"}));
-        QCOMPARE(colours(available()), QStringList({"grey", "default", "grey", "default"}));
-        QCOMPARE(buttons(), QString("--"));
-        clickRow(available(), 2); // unavailable
-        QCOMPARE(buttons(), QString("--"));
-        clickRow(available(), 1);
-        QCOMPARE(buttons(), QString("S-"));
-        clickRow(selected(), 0); // a click in one table keeps the other's row
-        QCOMPARE(buttons(), QString("SD"));
-
-        ui().pushButton_select->click();
-        QCOMPARE(column(selected(), 1), QStringList({"10.5.0.1", "10.5.0.2", "10.5.0.10"}));
-        QCOMPARE(colours(available()), QStringList({"grey", "grey", "grey", "default"}));
-        QCOMPARE(available()->currentRow(), -1);
-        QCOMPARE(buttons(), QString("-D"));
-        QVERIFY(DialogAccess::somethingChanged(*dlg));
-
-        DialogAccess::somethingChanged(*dlg) = false;
-        ui().pushButton_deselect->click(); // ctrl1
-        QCOMPARE(column(selected(), 1), QStringList({"10.5.0.2", "10.5.0.10"}));
-        QCOMPARE(rows(available()), QStringList({"ctrl1|10.5.0.1|yes", "ctrlA|10.5.0.10|yes", "ctrlB|10.5.0.11|no",
-                                                 "ctrlC|10.5.0.12|yes"}));
-        QVERIFY(DialogAccess::somethingChanged(*dlg));
-        QCOMPARE(buttons(), QString("--"));
-        clickRow(available(), 1); // shown as available, but in the selected table
-        QCOMPARE(buttons(), QString("--"));
-        clickRow(available(), 0);
-        QCOMPARE(buttons(), QString("S-"));
-    }
-
     // A deselected connected slave that the scan did not list is appended
     // with its row's availability; one the scan listed becomes available.
     void deselectConnectedSlave_data()
@@ -365,21 +306,6 @@ private slots:
         QCOMPARE(colours(available()).last(), QString(scanned ? "default" : "grey"));
         clickRow(available(), 1);
         QCOMPARE(buttons(), buttonsAfterClick);
-    }
-
-    void lockedConfiguration()
-    {
-        iom->scriptCascade({{"ctrl1", "10.8.0.1"}}, {{"ctrlA", "10.8.0.2"}});
-        iom->answer("config is_changeable", "no");
-        makeDialog();
-        openAndRun(dlg.get(), [this] { return listed(1); }, [this] {
-            QVERIFY(!ui().pushButton_ok->isEnabled());
-            clickRow(available(), 0);
-            QCOMPARE(buttons(), QString("--"));
-            clickRow(selected(), 0);
-            QCOMPARE(buttons(), QString("--"));
-            ui().pushButton_cancel->click();
-        });
     }
 
     void ok_data()
