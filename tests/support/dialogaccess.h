@@ -28,8 +28,6 @@ public:
 
     static bool isIpAddress(Dlg &d, const QString &s) { return d.isIpAddress(s); }
     static bool isLastPartOfIpAllowed(Dlg &d, const QString &s) { return d.isLastPartOfIpAllowed(s); }
-    static bool isValidIpOrHostname(Dlg &d, const QString &s) { return d.isValidIpOrHostname(s); }
-    static bool isAvailableAsSlave(Dlg &d, const QString &s) { return d.isAvailableAsSlave(s); }
 
     // The dialog's own steps, run directly instead of from its timers.
     static void readConnectedSlaves(Dlg &d) { d.update_listPrimarySelectedSlaves(); }

@@ -123,30 +123,39 @@ private slots:
         QCOMPARE(iom.errors(), QStringList());
     }
 
-    // The controller answers "no" to "cascade available": every row ends in
-    // the unavailable state; what differs is what is asked and reported.
+    // Every row ends in the unavailable state; what differs is what is asked
+    // and reported.
     void versionGates_data()
     {
         QTest::addColumn<int>("minor");
         QTest::addColumn<int>("patch");
+        QTest::addColumn<QByteArray>("available");
+        QTest::addColumn<int>("result");
         QTest::addColumn<bool>("asksLock");
-        QTest::addColumn<bool>("tooOld");
-        QTest::newRow("1.6.99") << 6 << 99 << false << true;
-        QTest::newRow("1.6.-1") << 6 << -1 << false << true;
-        QTest::newRow("1.7.0") << 7 << 0 << false << false;
-        QTest::newRow("1.9.-2") << 9 << -2 << false << false;
-        QTest::newRow("1.9.-1") << 9 << -1 << true << false;
-        QTest::newRow("1.10.0") << 10 << 0 << true << false;
+        QTest::addColumn<QString>("error");
+        const QString tooOld = QStringLiteral("Error: Version of the Controller (pv v1.6) is too old ");
+        QTest::newRow("1.6.99") << 6 << 99 << QByteArray("no") << 0 << false << tooOld;
+        QTest::newRow("1.6.-1") << 6 << -1 << QByteArray("no") << 0 << false << tooOld;
+        QTest::newRow("1.7.0") << 7 << 0 << QByteArray("no") << 0 << false << "";
+        QTest::newRow("1.9.-2") << 9 << -2 << QByteArray("no") << 0 << false << "";
+        QTest::newRow("1.9.-1") << 9 << -1 << QByteArray("no") << 0 << true << "";
+        QTest::newRow("1.10.0") << 10 << 0 << QByteArray("no") << 0 << true << "";
+        QTest::newRow("yes and blank") << 9 << 0 << QByteArray("yes ") << 0 << true << "";
+        QTest::newRow("read fails") << 9 << 0 << QByteArray("yes") << 1 << true
+                                    << "Error: Unable to get availability of the Cascaded System";
     }
     void versionGates()
     {
         QFETCH(int, minor);
         QFETCH(int, patch);
+        QFETCH(QByteArray, available);
+        QFETCH(int, result);
         QFETCH(bool, asksLock);
-        QFETCH(bool, tooOld);
+        QFETCH(QString, error);
         setProtocol(1, minor, patch);
+        iom.scriptCascade({}, {});
         iom.answer(QStringLiteral("config is_changeable"), "no");
-        iom.answer(QStringLiteral("cascade available"), "no");
+        iom.answer(QStringLiteral("cascade available"), available, result);
         CascadedSettingsDlg dlg(&iom, &host, &versions);
         QCOMPARE(openAndRun(&dlg, nullptr, [&] {
                      verifyUnavailable(dlg);
@@ -156,31 +165,11 @@ private slots:
         QStringList expected;
         if (asksLock)
             expected << QStringLiteral("get config is_changeable");
-        if (!tooOld)
+        if (minor > 6)
             expected << QStringLiteral("get cascade available");
         QCOMPARE(iom.log.filter(QRegularExpression(QStringLiteral("^(get|cmd|set)"))), expected);
-        QCOMPARE(iom.errors(), tooOld ? QStringList{QStringLiteral("Error: Version of the Controller (pv v1.6) is too old ")}
-                                      : QStringList());
+        QCOMPARE(iom.errors(), error.isEmpty() ? QStringList() : QStringList{error});
         QCOMPARE(DialogAccess::configLocked(dlg), asksLock);
-    }
-
-    void availability_data()
-    {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<int>("result");
-        QTest::newRow("yes and blank") << QByteArray("yes ") << 0;
-        QTest::newRow("read fails") << QByteArray("yes") << 1;
-    }
-    void availability()
-    {
-        QFETCH(QByteArray, answer);
-        QFETCH(int, result);
-        iom.scriptCascade({}, {});
-        iom.answer(QStringLiteral("cascade available"), answer, result);
-        CascadedSettingsDlg dlg(&iom, &host, &versions);
-        QCOMPARE(openAndRun(&dlg, nullptr, [&] { verifyUnavailable(dlg); }), -1);
-        QCOMPARE(iom.count(Scan), 0);
-        QCOMPARE(iom.errors().size(), result);
     }
 
     void configLock_data()

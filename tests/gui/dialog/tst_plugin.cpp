@@ -1,7 +1,6 @@
 // The built plugin, loaded as a host loads it.
 #include <QAction>
 #include <QDialog>
-#include <QJsonObject>
 #include <QPluginLoader>
 #include <QtTest>
 
@@ -56,17 +55,6 @@ private slots:
     }
     void cleanupTestCase() { loader.unload(); }
 
-    void metadataAndIdentity()
-    {
-        const QJsonObject meta = loader.metaData();
-        QCOMPARE(meta.value(QStringLiteral("IID")).toString(), QStringLiteral("com.Korvane.CascadedSystemModule"));
-        QCOMPARE(meta.value(QStringLiteral("className")).toString(), QStringLiteral("CascadedSystemModule"));
-        QCOMPARE(object->qt_metacast(ModuleInterface_iid), static_cast<void *>(module));
-        QCOMPARE(loader.instance(), object);
-        QCOMPARE(module->get_module_name(), QStringLiteral("GUI Cascaded System"));
-        QCOMPARE(module->get_module_version(), QStringLiteral("v1.0.10"));
-    }
-
     // One element, the same for every call; publishing asks the controller nothing.
     void elements()
     {
@@ -75,13 +63,10 @@ private slots:
         QCOMPARE(first.size(), 1);
         QCOMPARE(module->get_gui_elements(), first);
         const GuiElement *e = first.first();
-        QCOMPARE(e->menu_name, QStringLiteral("H&ardware"));
-        QCOMPARE(e->menu_order_number, 200);
-        QCOMPARE(e->menu_entry_order_number, 110);
-        QCOMPARE(e->action_active_during_measurement, 0);
-        QCOMPARE(e->menu_entry->text(), QStringLiteral("&Cascaded System"));
+        QCOMPARE(QStringList({e->menu_name, e->menu_entry->text()}), QStringList({"H&ardware", "&Cascaded System"}));
+        QCOMPARE(QList<int>({e->menu_order_number, e->menu_entry_order_number, e->action_active_during_measurement}),
+                 QList<int>({200, 110, 0}));
         QCOMPARE(e->content->parentWidget(), &host);
-        QCOMPARE(e->content->objectName(), QStringLiteral("CascadedSettingsDlgClass"));
         QCOMPARE(object->findChildren<QAction *>().size(), 1);
         QVERIFY(iom.log.isEmpty());
     }
