@@ -5,9 +5,11 @@
 #include <QPointer>
 #include <QTimer>
 #include <QTest>
+#include <algorithm>
 
 namespace GuiTest {
 
+namespace {
 QChar mnemonic(const QString &text)
 {
     for (int i = 0; i + 1 < text.size(); ++i) {
@@ -18,6 +20,18 @@ QChar mnemonic(const QString &text)
         ++i; // "&&" is a literal '&'
     }
     return QChar();
+}
+} // namespace
+
+QStringList clashes(const QStringList &labels)
+{
+    QStringList out;
+    for (const QString &t : labels) {
+        const QChar m = mnemonic(t);
+        if (m.isNull() || std::count_if(labels.begin(), labels.end(), [m](const QString &u) { return mnemonic(u) == m; }) > 1)
+            out << t;
+    }
+    return out;
 }
 
 namespace {

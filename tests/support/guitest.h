@@ -22,9 +22,9 @@ QStringList rows(const QTableWidget *t);    // "name|ip|available", the hidden c
 QStringList colours(const QTableWidget *t); // per row: "default", "grey", "red" or "mixed"
 int rowOfIp(const QTableWidget *t, const QString &ip);
 void clickRow(QTableWidget *t, int row);    // as a mouse click on the row
-// The lower-case letter after the single '&' of a label ("&&" is a literal
-// '&'), or a null char when it has none.
-QChar mnemonic(const QString &text);
+// The labels of a group (say, the entries of one menu) whose Alt letter,
+// the one after a single '&', is missing or shared with another label.
+QStringList clashes(const QStringList &labels);
 
 // Runs a scan progress dialog's poll, its 500 ms timer's work, at once.
 void poll(QWidget *progress);

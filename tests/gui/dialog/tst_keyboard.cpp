@@ -67,8 +67,6 @@ QString toolTipAt(QTableWidget *table, int row, int column)
     return toolTipAt(table, table->visualRect(table->model()->index(row, column)).center());
 }
 
-using GuiTest::mnemonic;
-
 QAccessibleInterface *cellOf(QTableWidget *table, int row, int column)
 {
     QAccessibleInterface *iface = QAccessible::queryAccessibleInterface(table);
@@ -253,13 +251,11 @@ private slots:
         const auto &ui = DialogAccess::ui(dlg);
         QCOMPARE(QAccessible::queryAccessibleInterface(ui.tableWidget_selected)->text(QAccessible::Name), selectedName);
         QCOMPARE(QAccessible::queryAccessibleInterface(ui.lineEdit_addSlave)->text(QAccessible::Name), addFieldName);
-        QString letters;
+        QStringList labels;
         for (const char *name : {"checkBox_scanLan", "pushButton_select", "pushButton_deselect", "pushButton_update",
-                                 "label_addSlave", "pushButton_addSlave", "checkBox_wol"}) {
-            const QString text = dlg.findChild<QWidget *>(name)->property("text").toString();
-            QVERIFY2(!mnemonic(text).isNull() && !letters.contains(mnemonic(text)), qPrintable(text));
-            letters += mnemonic(text);
-        }
+                                 "label_addSlave", "pushButton_addSlave", "checkBox_wol"})
+            labels << dlg.findChild<QWidget *>(name)->property("text").toString();
+        QVERIFY2(GuiTest::clashes(labels).isEmpty(), qPrintable(GuiTest::clashes(labels).join(", ")));
         QList<QWidget *> widgets = dlg.findChildren<QWidget *>();
         widgets << &dlg;
         for (QWidget *w : qAsConst(widgets))
