@@ -44,13 +44,6 @@ class DialogsTest : public QObject
         versions = BackendVersions(VersionInfo(2, 0, 0), VersionInfo(major, minor, patch), VersionInfo(2, 0, 0),
                                    QStringLiteral("VESTRAL"));
     }
-    // Runs the list timer's next tick at once; true when it had the scan's result.
-    bool refreshed(CascadedSettingsDlg &dlg)
-    {
-        if (DialogAccess::listTimer(dlg).isActive())
-            DialogAccess::rebuildAvailable(dlg);
-        return !DialogAccess::listTimer(dlg).isActive();
-    }
     void verifyUnavailable(CascadedSettingsDlg &dlg)
     {
         const auto guarded = dlg.findChildren<QWidget *>(
@@ -103,7 +96,7 @@ private slots:
             GuiTest::poll(w);
         });
         QCOMPARE(openAndRun(&dlg, nullptr, [&] {
-                     QVERIFY(refreshed(dlg));
+                     QVERIFY(DialogAccess::tickList(dlg));
                      QCOMPARE(iom.log, (QStringList{"get config is_changeable", "get cascade available",
                                                     "get cascade scan_slaves_lan", Scan, Poll,
                                                     "getint cascade number_of_connected_slaves",
@@ -190,7 +183,7 @@ private slots:
         iom.answer(QStringLiteral("config is_changeable"), answer, result);
         CascadedSettingsDlg dlg(&iom, &host, &versions);
         openAndRun(&dlg, nullptr, [&] {
-            QVERIFY(refreshed(dlg));
+            QVERIFY(DialogAccess::tickList(dlg));
             QVERIFY(image(dlg.windowIcon()) == image(locked ? QIcon(QStringLiteral(":/lock.png")) : hostIcon));
             for (QWidget *w : {(QWidget *)ui(dlg).pushButton_ok, (QWidget *)ui(dlg).checkBox_scanLan,
                                (QWidget *)ui(dlg).checkBox_wol, (QWidget *)ui(dlg).pushButton_select})
@@ -260,7 +253,7 @@ private slots:
             iom.fail(failing.mid(4));
         CascadedSettingsDlg dlg(&iom, &host, &versions);
         const int result = openAndRun(&dlg, nullptr, [&] {
-            QVERIFY(refreshed(dlg));
+            QVERIFY(DialogAccess::tickList(dlg));
             for (int i = 0; i < toggles; ++i)
                 ui(dlg).checkBox_scanLan->click(); // a rescan each time its switch succeeds
             if (closeBy == QLatin1String("cancel"))
@@ -286,12 +279,11 @@ private slots:
         iom.scriptCascade({}, {});
         CascadedSettingsDlg dlg(&iom, &host, &versions);
         openAndRun(&dlg, nullptr, [&] {
-            QVERIFY(refreshed(dlg));
+            QVERIFY(DialogAccess::tickList(dlg));
             iom.clearLog();
             ui(dlg).pushButton_update->click(); // the progress dialog closes itself
             QVERIFY(DialogAccess::listTimer(dlg).isActive());
-            QCOMPARE(DialogAccess::listTimer(dlg).interval(), 100);
-            QVERIFY(refreshed(dlg));
+            QVERIFY(DialogAccess::tickList(dlg));
             QCOMPARE(iom.requests(), (QStringList{Scan, Poll, Poll}));
         });
     }

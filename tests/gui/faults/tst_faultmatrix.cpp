@@ -122,13 +122,6 @@ void clickIp(QTableWidget *table, const char *ip)
         GuiTest::clickRow(table, row);
 }
 
-// Runs the list timer's work once, as its next tick would.
-void tickList(CascadedSettingsDlg &dlg)
-{
-    if (DialogAccess::listTimer(dlg).isActive())
-        DialogAccess::rebuildAvailable(dlg);
-}
-
 struct Outcome
 {
     QStringList requests, errors, problems;
@@ -160,14 +153,14 @@ Outcome run(bool wol, bool apply, const Entry *target, Fault fault, const QStrin
         CascadedSettingsDlg dlg(&io, &parent, &versions);
         Ui::CascadedSettingsDlgClass &ui = DialogAccess::ui(dlg);
         GuiTest::openAndRun(&dlg, nullptr, [&] {
-            tickList(dlg);
+            DialogAccess::tickList(dlg);
             clickIp(ui.tableWidget_available, IpA);
             clickIfEnabled(ui.pushButton_select);
             io.answerInt(QString::fromLatin1(NumberOfScannedSlaves), 1);
             io.answer(QStringLiteral("cascade scanned_slave d01"), IpB);
             inject();
             clickIfEnabled(ui.checkBox_scanLan);
-            tickList(dlg);
+            DialogAccess::tickList(dlg);
             clickIp(ui.tableWidget_selected, IpSlave);
             clickIfEnabled(ui.pushButton_deselect);
             if (ui.checkBox_wol->isEnabled())

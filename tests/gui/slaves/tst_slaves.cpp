@@ -54,8 +54,7 @@ class SlavesTest : public QObject
     // hold n rows?
     bool listed(int n)
     {
-        if (DialogAccess::listTimer(*dlg).isActive())
-            DialogAccess::rebuildAvailable(*dlg);
+        DialogAccess::tickList(*dlg);
         return available()->rowCount() == n;
     }
     QTableWidget *selected() { return ui().tableWidget_selected; }
