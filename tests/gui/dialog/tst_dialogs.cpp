@@ -348,6 +348,11 @@ private slots:
         QCOMPARE(requests.count(Poll), count < 0 ? requests.size() - 1 : 0);
         QVERIFY(requests.size() >= (count < 0 ? 2 : 1));
         QCOMPARE(iom.errors(), count < 0 ? QStringList() : QStringList{"Error: Unable to start scan for Controller as slaves"});
+        if (count < 0) { // a scan that finds no controller ends at its first poll
+            iom.answerInt(Poll.mid(7), 0);
+            ModalDriver::when(QStringLiteral("EndlessProgressDlgClass"), GuiTest::poll);
+            QCOMPARE(dlg.update_and_exec(), 1);
+        }
     }
 };
 

@@ -1,12 +1,9 @@
 // Every request the dialogs send, answered badly in three ways: the request
 // fails, the answer is a wrong word, the answer fills the whole buffer
 // (199 characters). Whatever the answer, the dialogs report exactly the
-// errors they are meant to, never crash or hang, and still close.
-//
-// The matrix is generated from the command catalogue: a request added there
-// without an expectation here fails the test, and every catalogue request
-// must be sent by at least one of the healthy user sessions. Every catalogue
-// entry is one row of fault() and one CTest test (gui.faultmatrix.<entry>).
+// errors they are meant to, never crash or hang, and still close. The rows
+// are the command catalogue's entries: a request added there without an
+// expectation here, or that no healthy session sends, fails the test.
 #include <QCheckBox>
 #include <QPushButton>
 #include <QTableWidget>
