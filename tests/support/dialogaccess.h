@@ -28,10 +28,16 @@ public:
 
     static bool isIpAddress(Dlg &d, const QString &s) { return d.isIpAddress(s); }
     static bool isLastPartOfIpAllowed(Dlg &d, const QString &s) { return d.isLastPartOfIpAllowed(s); }
-    static bool isValidIpOrHostname(Dlg &d, const QString &s) { return d.isValidIpOrHostname(s); }
-    static bool isAvailableAsSlave(Dlg &d, const QString &s) { return d.isAvailableAsSlave(s); }
 
     // The dialog's own steps, run directly instead of from its timers.
+    // tickList runs the list timer's next tick if it is due, and says whether
+    // the scan's result is in (the timer stopped).
+    static bool tickList(Dlg &d)
+    {
+        if (d.timerUpdateAvailableSlaves.isActive())
+            d.update_listAvailableSlaves();
+        return !d.timerUpdateAvailableSlaves.isActive();
+    }
     static void readConnectedSlaves(Dlg &d) { d.update_listPrimarySelectedSlaves(); }
     static void rebuildAvailable(Dlg &d) { d.update_listAvailableSlaves(); }
     static void pollConnectedAvailability(Dlg &d) { d.updateConnectedSlaveAvailability(); }

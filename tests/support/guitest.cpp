@@ -5,9 +5,11 @@
 #include <QPointer>
 #include <QTimer>
 #include <QTest>
+#include <algorithm>
 
 namespace GuiTest {
 
+namespace {
 QChar mnemonic(const QString &text)
 {
     for (int i = 0; i + 1 < text.size(); ++i) {
@@ -18,6 +20,18 @@ QChar mnemonic(const QString &text)
         ++i; // "&&" is a literal '&'
     }
     return QChar();
+}
+} // namespace
+
+QStringList clashes(const QStringList &labels)
+{
+    QStringList out;
+    for (const QString &t : labels) {
+        const QChar m = mnemonic(t);
+        if (m.isNull() || std::count_if(labels.begin(), labels.end(), [m](const QString &u) { return mnemonic(u) == m; }) > 1)
+            out << t;
+    }
+    return out;
 }
 
 namespace {
@@ -107,20 +121,20 @@ void poll(QWidget *progress)
 }
 
 namespace {
-// Posts the poll, so that it runs inside the dialog's own event loop; an
+// Posts the step, so that it runs inside the dialog's own event loop; an
 // event filter sees nested dialogs too, where a timer-driven step would not
 // run again until the outer one returns.
 class PollDriver : public QObject
 {
 public:
-    bool on = false;
+    std::function<void(QDialog *)> act;
     bool eventFilter(QObject *o, QEvent *e) override
     {
-        if (on && e->type() == QEvent::Show && o->objectName() == QLatin1String("EndlessProgressDlgClass")) {
-            QPointer<QWidget> w(static_cast<QWidget *>(o));
-            QTimer::singleShot(0, [w] {
+        if (act && e->type() == QEvent::Show && o->objectName() == QLatin1String("EndlessProgressDlgClass")) {
+            QPointer<QDialog> w(static_cast<QDialog *>(o));
+            QTimer::singleShot(0, [w, act = act] {
                 if (w)
-                    poll(w);
+                    act(w);
             });
         }
         return false;
@@ -129,13 +143,13 @@ public:
 PollDriver *g_polls = nullptr;
 } // namespace
 
-void drivePolls(bool on)
+void drivePolls(bool on, const std::function<void(QDialog *)> &act)
 {
     if (!g_polls) {
         g_polls = new PollDriver;
         qApp->installEventFilter(g_polls);
     }
-    g_polls->on = on;
+    g_polls->act = !on ? nullptr : act ? act : [](QDialog *w) { poll(w); };
 }
 
 void clickRow(QTableWidget *t, int row)

@@ -3,6 +3,7 @@
 // dialog), the end-of-test checks, and table inspection.
 #pragma once
 
+#include <QDialog>
 #include <QPointer>
 #include <QStringList>
 #include <QTableWidget>
@@ -21,16 +22,16 @@ QStringList rows(const QTableWidget *t);    // "name|ip|available", the hidden c
 QStringList colours(const QTableWidget *t); // per row: "default", "grey", "red" or "mixed"
 int rowOfIp(const QTableWidget *t, const QString &ip);
 void clickRow(QTableWidget *t, int row);    // as a mouse click on the row
-// The lower-case letter after the single '&' of a label ("&&" is a literal
-// '&'), or a null char when it has none.
-QChar mnemonic(const QString &text);
+// The labels of a group (say, the entries of one menu) whose Alt letter,
+// the one after a single '&', is missing or shared with another label.
+QStringList clashes(const QStringList &labels);
 
 // Runs a scan progress dialog's poll, its 500 ms timer's work, at once.
 void poll(QWidget *progress);
 // Until problems() is next called, every scan progress dialog that shows,
-// nested ones included, polls at once instead of after its timer's first
-// interval.
-void drivePolls(bool on = true);
+// nested ones included, gets `act` run inside its own event loop; by
+// default it polls at once instead of after its timer's first interval.
+void drivePolls(bool on = true, const std::function<void(QDialog *)> &act = {});
 
 // Runs the dialog's opening; once it is the active modal widget and ready()
 // holds, runs act(). A dialog that act left open is ended with -1.

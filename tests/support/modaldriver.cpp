@@ -73,13 +73,6 @@ void tick()
 
 } // namespace
 
-Match named(const QString &name)
-{
-    return [name](QWidget *w) {
-        return w->objectName() == name || QLatin1String(w->metaObject()->className()) == name;
-    };
-}
-
 static void startTimer()
 {
     if (!g_timer) {
@@ -111,7 +104,8 @@ void endWhenever()
 
 void when(const QString &name, const Action &act, int timeoutMs)
 {
-    when(named(name), act, timeoutMs);
+    when([name](QWidget *w) { return w->objectName() == name || QLatin1String(w->metaObject()->className()) == name; },
+         act, timeoutMs);
 }
 
 QStringList failures() { return g_failures; }

@@ -15,10 +15,8 @@ namespace ModalDriver {
 using Match = std::function<bool(QWidget *)>;
 using Action = std::function<void(QWidget *)>;
 
-// Matches by object name or, failing that, class name.
-Match named(const QString &objectOrClassName);
-
 void when(const Match &match, const Action &act, int timeoutMs = 5000);
+// By object name or, failing that, class name.
 void when(const QString &name, const Action &act, int timeoutMs = 5000);
 
 // A standing action: runs once on every modal widget that matches, however

@@ -44,13 +44,6 @@ class DialogsTest : public QObject
         versions = BackendVersions(VersionInfo(2, 0, 0), VersionInfo(major, minor, patch), VersionInfo(2, 0, 0),
                                    QStringLiteral("VESTRAL"));
     }
-    // Runs the list timer's next tick at once; true when it had the scan's result.
-    bool refreshed(CascadedSettingsDlg &dlg)
-    {
-        if (DialogAccess::listTimer(dlg).isActive())
-            DialogAccess::rebuildAvailable(dlg);
-        return !DialogAccess::listTimer(dlg).isActive();
-    }
     void verifyUnavailable(CascadedSettingsDlg &dlg)
     {
         const auto guarded = dlg.findChildren<QWidget *>(
@@ -103,7 +96,7 @@ private slots:
             GuiTest::poll(w);
         });
         QCOMPARE(openAndRun(&dlg, nullptr, [&] {
-                     QVERIFY(refreshed(dlg));
+                     QVERIFY(DialogAccess::tickList(dlg));
                      QCOMPARE(iom.log, (QStringList{"get config is_changeable", "get cascade available",
                                                     "get cascade scan_slaves_lan", Scan, Poll,
                                                     "getint cascade number_of_connected_slaves",
@@ -123,30 +116,39 @@ private slots:
         QCOMPARE(iom.errors(), QStringList());
     }
 
-    // The controller answers "no" to "cascade available": every row ends in
-    // the unavailable state; what differs is what is asked and reported.
+    // Every row ends in the unavailable state; what differs is what is asked
+    // and reported.
     void versionGates_data()
     {
         QTest::addColumn<int>("minor");
         QTest::addColumn<int>("patch");
+        QTest::addColumn<QByteArray>("available");
+        QTest::addColumn<int>("result");
         QTest::addColumn<bool>("asksLock");
-        QTest::addColumn<bool>("tooOld");
-        QTest::newRow("1.6.99") << 6 << 99 << false << true;
-        QTest::newRow("1.6.-1") << 6 << -1 << false << true;
-        QTest::newRow("1.7.0") << 7 << 0 << false << false;
-        QTest::newRow("1.9.-2") << 9 << -2 << false << false;
-        QTest::newRow("1.9.-1") << 9 << -1 << true << false;
-        QTest::newRow("1.10.0") << 10 << 0 << true << false;
+        QTest::addColumn<QString>("error");
+        const QString tooOld = QStringLiteral("Error: Version of the Controller (pv v1.6) is too old ");
+        QTest::newRow("1.6.99") << 6 << 99 << QByteArray("no") << 0 << false << tooOld;
+        QTest::newRow("1.6.-1") << 6 << -1 << QByteArray("no") << 0 << false << tooOld;
+        QTest::newRow("1.7.0") << 7 << 0 << QByteArray("no") << 0 << false << "";
+        QTest::newRow("1.9.-2") << 9 << -2 << QByteArray("no") << 0 << false << "";
+        QTest::newRow("1.9.-1") << 9 << -1 << QByteArray("no") << 0 << true << "";
+        QTest::newRow("1.10.0") << 10 << 0 << QByteArray("no") << 0 << true << "";
+        QTest::newRow("yes and blank") << 9 << 0 << QByteArray("yes ") << 0 << true << "";
+        QTest::newRow("read fails") << 9 << 0 << QByteArray("yes") << 1 << true
+                                    << "Error: Unable to get availability of the Cascaded System";
     }
     void versionGates()
     {
         QFETCH(int, minor);
         QFETCH(int, patch);
+        QFETCH(QByteArray, available);
+        QFETCH(int, result);
         QFETCH(bool, asksLock);
-        QFETCH(bool, tooOld);
+        QFETCH(QString, error);
         setProtocol(1, minor, patch);
+        iom.scriptCascade({}, {});
         iom.answer(QStringLiteral("config is_changeable"), "no");
-        iom.answer(QStringLiteral("cascade available"), "no");
+        iom.answer(QStringLiteral("cascade available"), available, result);
         CascadedSettingsDlg dlg(&iom, &host, &versions);
         QCOMPARE(openAndRun(&dlg, nullptr, [&] {
                      verifyUnavailable(dlg);
@@ -156,31 +158,11 @@ private slots:
         QStringList expected;
         if (asksLock)
             expected << QStringLiteral("get config is_changeable");
-        if (!tooOld)
+        if (minor > 6)
             expected << QStringLiteral("get cascade available");
         QCOMPARE(iom.log.filter(QRegularExpression(QStringLiteral("^(get|cmd|set)"))), expected);
-        QCOMPARE(iom.errors(), tooOld ? QStringList{QStringLiteral("Error: Version of the Controller (pv v1.6) is too old ")}
-                                      : QStringList());
+        QCOMPARE(iom.errors(), error.isEmpty() ? QStringList() : QStringList{error});
         QCOMPARE(DialogAccess::configLocked(dlg), asksLock);
-    }
-
-    void availability_data()
-    {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<int>("result");
-        QTest::newRow("yes and blank") << QByteArray("yes ") << 0;
-        QTest::newRow("read fails") << QByteArray("yes") << 1;
-    }
-    void availability()
-    {
-        QFETCH(QByteArray, answer);
-        QFETCH(int, result);
-        iom.scriptCascade({}, {});
-        iom.answer(QStringLiteral("cascade available"), answer, result);
-        CascadedSettingsDlg dlg(&iom, &host, &versions);
-        QCOMPARE(openAndRun(&dlg, nullptr, [&] { verifyUnavailable(dlg); }), -1);
-        QCOMPARE(iom.count(Scan), 0);
-        QCOMPARE(iom.errors().size(), result);
     }
 
     void configLock_data()
@@ -201,7 +183,7 @@ private slots:
         iom.answer(QStringLiteral("config is_changeable"), answer, result);
         CascadedSettingsDlg dlg(&iom, &host, &versions);
         openAndRun(&dlg, nullptr, [&] {
-            QVERIFY(refreshed(dlg));
+            QVERIFY(DialogAccess::tickList(dlg));
             QVERIFY(image(dlg.windowIcon()) == image(locked ? QIcon(QStringLiteral(":/lock.png")) : hostIcon));
             for (QWidget *w : {(QWidget *)ui(dlg).pushButton_ok, (QWidget *)ui(dlg).checkBox_scanLan,
                                (QWidget *)ui(dlg).checkBox_wol, (QWidget *)ui(dlg).pushButton_select})
@@ -271,7 +253,7 @@ private slots:
             iom.fail(failing.mid(4));
         CascadedSettingsDlg dlg(&iom, &host, &versions);
         const int result = openAndRun(&dlg, nullptr, [&] {
-            QVERIFY(refreshed(dlg));
+            QVERIFY(DialogAccess::tickList(dlg));
             for (int i = 0; i < toggles; ++i)
                 ui(dlg).checkBox_scanLan->click(); // a rescan each time its switch succeeds
             if (closeBy == QLatin1String("cancel"))
@@ -297,12 +279,11 @@ private slots:
         iom.scriptCascade({}, {});
         CascadedSettingsDlg dlg(&iom, &host, &versions);
         openAndRun(&dlg, nullptr, [&] {
-            QVERIFY(refreshed(dlg));
+            QVERIFY(DialogAccess::tickList(dlg));
             iom.clearLog();
             ui(dlg).pushButton_update->click(); // the progress dialog closes itself
             QVERIFY(DialogAccess::listTimer(dlg).isActive());
-            QCOMPARE(DialogAccess::listTimer(dlg).interval(), 100);
-            QVERIFY(refreshed(dlg));
+            QVERIFY(DialogAccess::tickList(dlg));
             QCOMPARE(iom.requests(), (QStringList{Scan, Poll, Poll}));
         });
     }
@@ -333,54 +314,45 @@ private slots:
         QCOMPARE(iom.errors(), QVector<QString>(counts.count(Fails), "Error: Unable to get number of slaves").toList());
     }
 
-    // Without a started scan nothing polls within the poll interval and the
-    // dialog waits for the user.
-    void progressFailedStart_data()
+    // The dialog waits for the user when the scan did not start (nothing
+    // polls within the poll interval) or never ends.
+    void progressStaysOpen_data()
     {
         QTest::addColumn<int>("result");
         QTest::addColumn<QByteArray>("reply");
-        QTest::newRow("send failed") << 1 << QByteArray("korvane ok");
-        QTest::newRow("trailing blank") << 0 << QByteArray("korvane ok ");
+        QTest::addColumn<int>("count");
+        QTest::newRow("send failed") << 1 << QByteArray("korvane ok") << 0;
+        QTest::newRow("trailing blank") << 0 << QByteArray("korvane ok ") << 0;
+        QTest::newRow("scan never ends") << 0 << QByteArray("korvane ok") << -1;
     }
-    void progressFailedStart()
+    void progressStaysOpen()
     {
         QFETCH(int, result);
         QFETCH(QByteArray, reply);
+        QFETCH(int, count);
         iom.answer(QStringLiteral("korvane cascade scan_slaves"), reply, result);
-        iom.answerInt(Poll.mid(7), 0);
+        iom.answerInt(Poll.mid(7), count);
         GuiTest::drivePolls(false);
         EndlessProgressDlg dlg(&host, &iom);
         bool stayed = false;
         ModalDriver::when(QStringLiteral("EndlessProgressDlgClass"), [&](QWidget *w) {
+            if (count < 0)
+                GuiTest::poll(w);
             stayed = !QSignalSpy(&dlg, &QDialog::finished).wait(700);
             QTest::keyClick(w, Qt::Key_Escape);
         });
         QCOMPARE(dlg.update_and_exec(), 0);
         QVERIFY(stayed);
-        QCOMPARE(iom.requests(), QStringList{Scan});
-        QCOMPARE(iom.errors(), QStringList{"Error: Unable to start scan for Controller as slaves"});
-    }
-
-    // A scan that never ends keeps the dialog open until the user closes it;
-    // as does one that finds no controller, until its first poll.
-    void progressClosedByHand()
-    {
-        iom.answer(QStringLiteral("korvane cascade scan_slaves"), "korvane ok");
-        iom.answerInt(Poll.mid(7), -1); // the scan never ends
-        GuiTest::drivePolls(false);
-        EndlessProgressDlg dlg(&host, &iom);
-        ModalDriver::when(QStringLiteral("EndlessProgressDlgClass"), [&](QWidget *w) {
-            GuiTest::poll(w);
-            GuiTest::poll(w);
-            QVERIFY(w->isVisible());
-            w->close();
-        });
-        QCOMPARE(dlg.update_and_exec(), 0);
-        QCOMPARE(iom.count(Poll), 2);
-        QCOMPARE(iom.errors(), QStringList());
-        iom.answerInt(Poll.mid(7), 0); // no controller found ends the scan
-        ModalDriver::when(QStringLiteral("EndlessProgressDlgClass"), GuiTest::poll);
-        QCOMPARE(dlg.update_and_exec(), 1);
+        const QStringList requests = iom.requests();
+        QCOMPARE(requests.first(), Scan);
+        QCOMPARE(requests.count(Poll), count < 0 ? requests.size() - 1 : 0);
+        QVERIFY(requests.size() >= (count < 0 ? 2 : 1));
+        QCOMPARE(iom.errors(), count < 0 ? QStringList() : QStringList{"Error: Unable to start scan for Controller as slaves"});
+        if (count < 0) { // a scan that finds no controller ends at its first poll
+            iom.answerInt(Poll.mid(7), 0);
+            ModalDriver::when(QStringLiteral("EndlessProgressDlgClass"), GuiTest::poll);
+            QCOMPARE(dlg.update_and_exec(), 1);
+        }
     }
 };
 

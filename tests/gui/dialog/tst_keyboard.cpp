@@ -14,6 +14,7 @@
 
 #include "BackendVersions.h"
 #include "cascadedsettingsdlg.h"
+#include "dialogaccess.h"
 #include "endlessprogressdlg.h"
 #include "guitest.h"
 #include "scriptediomanager.h"
@@ -36,29 +37,17 @@ QString focusName()
     return w ? w->objectName() : QStringLiteral("<none>");
 }
 
-// Presses key count times and returns the object names that had the focus
-// after each press.
-QStringList walk(Qt::Key key, Qt::KeyboardModifiers modifiers, int count)
+// Presses Tab (or Shift+Tab) count times and returns the object names that
+// had the focus after each press.
+QStringList walk(bool forward, int count)
 {
     QStringList seen;
     for (int i = 0; i < count; ++i) {
-        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+        QTest::keyClick(QApplication::focusWidget(), forward ? Qt::Key_Tab : Qt::Key_Backtab,
+                        forward ? Qt::NoModifier : Qt::ShiftModifier);
         seen << focusName();
     }
     return seen;
-}
-
-// expected, started at start and walked forward (or backward) count steps.
-QStringList rotation(const QStringList &expected, const QString &start, int count, bool forward)
-{
-    QStringList out;
-    const int n = expected.size();
-    int i = expected.indexOf(start);
-    for (int k = 0; k < count && i >= 0; ++k) {
-        i = forward ? (i + 1) % n : (i + n - 1) % n;
-        out << expected.at(i);
-    }
-    return out;
 }
 
 // The tool tip the table shows when the mouse rests at a point of its
@@ -78,8 +67,6 @@ QString toolTipAt(QTableWidget *table, int row, int column)
     return toolTipAt(table, table->visualRect(table->model()->index(row, column)).center());
 }
 
-using GuiTest::mnemonic;
-
 QAccessibleInterface *cellOf(QTableWidget *table, int row, int column)
 {
     QAccessibleInterface *iface = QAccessible::queryAccessibleInterface(table);
@@ -96,11 +83,6 @@ class KeyboardAccessTest : public QObject
     BackendVersions versions;
     QWidget host;
 
-    template <class T>
-    static T *child(QWidget *dlg, const char *name)
-    {
-        return dlg->findChild<T *>(QLatin1String(name));
-    }
     void setModel(const QString &model)
     {
         versions = BackendVersions(VersionInfo(2, 0, 0), VersionInfo(1, 9, 0), VersionInfo(2, 0, 0), model);
@@ -109,7 +91,7 @@ class KeyboardAccessTest : public QObject
     // button rules (it empties and refills the table).
     static std::function<bool()> filled(CascadedSettingsDlg *dlg, int rows)
     {
-        return [dlg, rows] { return child<QTableWidget>(dlg, "tableWidget_available")->rowCount() == rows; };
+        return [dlg, rows] { return DialogAccess::ui(*dlg).tableWidget_available->rowCount() == rows; };
     }
 
 private slots:
@@ -160,17 +142,17 @@ private slots:
         const auto ready = setup == QLatin1String("unavailable") ? std::function<bool()>() : filled(&dlg, 2);
         GuiTest::openAndRun(&dlg, ready, [&] {
             QVERIFY(QTest::qWaitForWindowActive(&dlg));
-            const int n = chain.size();
-            walk(Qt::Key_Tab, Qt::NoModifier, n + 2);
-            QVERIFY2(chain.contains(focusName()), qPrintable(focusName()));
-            const QString start = focusName();
-            QCOMPARE(walk(Qt::Key_Tab, Qt::NoModifier, n + 1), rotation(chain, start, n + 1, true));
-            QCOMPARE(walk(Qt::Key_Backtab, Qt::ShiftModifier, n + 1), rotation(chain, focusName(), n + 1, false));
+            walk(true, chain.size()); // gives both tables a current row
+            dlg.findChild<QWidget *>(chain.first())->setFocus();
+            QCOMPARE(walk(true, chain.size()), chain.mid(1) << chain.first());
+            QStringList back = chain.mid(0, chain.size() - 1);
+            std::reverse(back.begin(), back.end());
+            QCOMPARE(walk(false, chain.size()), QStringList{chain.last()} + back);
             QVERIFY(dlg.isVisible()); // no key pressed a button
             // A screen reader reads why only Cancel can be used.
             QCOMPARE(dlg.accessibleDescription(),
                      setup == QLatin1String("unavailable") ? QStringLiteral("Cascaded System is not available!") : QString());
-            child<QPushButton>(&dlg, "pushButton_cancel")->click();
+            DialogAccess::ui(dlg).pushButton_cancel->click();
         });
     }
 
@@ -185,10 +167,9 @@ private slots:
         CascadedSettingsDlg dlg(&iom, &host, &versions);
         GuiTest::openAndRun(&dlg, filled(&dlg, 3), [&] {
             QVERIFY(QTest::qWaitForWindowActive(&dlg));
-            auto *available = child<QTableWidget>(&dlg, "tableWidget_available");
-            auto *selected = child<QTableWidget>(&dlg, "tableWidget_selected");
-            auto *select = child<QPushButton>(&dlg, "pushButton_select");
-            auto *deselect = child<QPushButton>(&dlg, "pushButton_deselect");
+            auto &ui = DialogAccess::ui(dlg);
+            QTableWidget *available = ui.tableWidget_available, *selected = ui.tableWidget_selected;
+            QPushButton *select = ui.pushButton_select, *deselect = ui.pushButton_deselect;
             // A mnemonic clicks its button after a short animation.
             const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
                 QTest::keyClick(QApplication::focusWidget(), key, modifiers);
@@ -222,7 +203,7 @@ private slots:
             QCOMPARE(press(Qt::Key_D, Qt::AltModifier), QStringLiteral("-- selected -1"));
             QCOMPARE(GuiTest::rows(selected), QStringList({"ctrl1|10.0.0.1|yes"}));
             QCOMPARE(GuiTest::colours(available), QStringList({"default", "grey", "default"}));
-            child<QPushButton>(&dlg, "pushButton_cancel")->click();
+            DialogAccess::ui(dlg).pushButton_cancel->click();
         });
     }
 
@@ -267,20 +248,14 @@ private slots:
             names.insert(name);
         }
         QCOMPARE(names.size(), TabChain.size()); // each says which one it is
-        QCOMPARE(QAccessible::queryAccessibleInterface(child<QTableWidget>(&dlg, "tableWidget_selected"))
-                     ->text(QAccessible::Name),
-                 selectedName);
-        QCOMPARE(QAccessible::queryAccessibleInterface(child<QLineEdit>(&dlg, "lineEdit_addSlave"))
-                     ->text(QAccessible::Name),
-                 addFieldName);
-        QString letters;
+        const auto &ui = DialogAccess::ui(dlg);
+        QCOMPARE(QAccessible::queryAccessibleInterface(ui.tableWidget_selected)->text(QAccessible::Name), selectedName);
+        QCOMPARE(QAccessible::queryAccessibleInterface(ui.lineEdit_addSlave)->text(QAccessible::Name), addFieldName);
+        QStringList labels;
         for (const char *name : {"checkBox_scanLan", "pushButton_select", "pushButton_deselect", "pushButton_update",
-                                 "label_addSlave", "pushButton_addSlave", "checkBox_wol"}) {
-            QWidget *w = child<QWidget>(&dlg, name);
-            const QString text = w->property("text").toString();
-            QVERIFY2(!mnemonic(text).isNull() && !letters.contains(mnemonic(text)), qPrintable(text));
-            letters += mnemonic(text);
-        }
+                                 "label_addSlave", "pushButton_addSlave", "checkBox_wol"})
+            labels << dlg.findChild<QWidget *>(name)->property("text").toString();
+        QVERIFY2(GuiTest::clashes(labels).isEmpty(), qPrintable(GuiTest::clashes(labels).join(", ")));
         QList<QWidget *> widgets = dlg.findChildren<QWidget *>();
         widgets << &dlg;
         for (QWidget *w : qAsConst(widgets))
@@ -298,8 +273,8 @@ private slots:
                           {{LongName, "10.0.0.5"}, {"busy", "10.0.0.6", "no"}, {"ctrl1", "10.0.0.1"}});
         CascadedSettingsDlg dlg(&iom, &host, &versions);
         GuiTest::openAndRun(&dlg, filled(&dlg, 3), [&] {
-            auto *available = child<QTableWidget>(&dlg, "tableWidget_available");
-            auto *selected = child<QTableWidget>(&dlg, "tableWidget_selected");
+            QTableWidget *available = DialogAccess::ui(dlg).tableWidget_available;
+            QTableWidget *selected = DialogAccess::ui(dlg).tableWidget_selected;
             QCOMPARE(available->columnWidth(0), 140);
             // Sorted: busy, ctrl1 (grey: connected), the long name.
             QCOMPARE(GuiTest::rows(available),
@@ -327,12 +302,12 @@ private slots:
             // Selecting greys the available row for screen readers too; the
             // new selected row carries the tool tip.
             GuiTest::clickRow(available, 2);
-            child<QPushButton>(&dlg, "pushButton_select")->click();
+            DialogAccess::ui(dlg).pushButton_select->click();
             QCOMPARE(GuiTest::colours(available).last(), QStringLiteral("grey"));
             QCOMPARE(cellOf(available, 2, 0)->text(QAccessible::Name), LongName + QStringLiteral(" (not available)"));
             QCOMPARE(toolTipAt(selected, 2, 0), longTip);
             QCOMPARE(cellOf(selected, 2, 0)->text(QAccessible::Name), LongName);
-            child<QPushButton>(&dlg, "pushButton_cancel")->click();
+            DialogAccess::ui(dlg).pushButton_cancel->click();
         });
     }
 };

@@ -1,7 +1,6 @@
 // The built plugin, loaded as a host loads it.
 #include <QAction>
 #include <QDialog>
-#include <QJsonObject>
 #include <QPluginLoader>
 #include <QtTest>
 
@@ -56,17 +55,6 @@ private slots:
     }
     void cleanupTestCase() { loader.unload(); }
 
-    void metadataAndIdentity()
-    {
-        const QJsonObject meta = loader.metaData();
-        QCOMPARE(meta.value(QStringLiteral("IID")).toString(), QStringLiteral("com.Korvane.CascadedSystemModule"));
-        QCOMPARE(meta.value(QStringLiteral("className")).toString(), QStringLiteral("CascadedSystemModule"));
-        QCOMPARE(object->qt_metacast(ModuleInterface_iid), static_cast<void *>(module));
-        QCOMPARE(loader.instance(), object);
-        QCOMPARE(module->get_module_name(), QStringLiteral("GUI Cascaded System"));
-        QCOMPARE(module->get_module_version(), QStringLiteral("v1.0.10"));
-    }
-
     // One element, the same for every call; publishing asks the controller nothing.
     void elements()
     {
@@ -75,13 +63,10 @@ private slots:
         QCOMPARE(first.size(), 1);
         QCOMPARE(module->get_gui_elements(), first);
         const GuiElement *e = first.first();
-        QCOMPARE(e->menu_name, QStringLiteral("H&ardware"));
-        QCOMPARE(e->menu_order_number, 200);
-        QCOMPARE(e->menu_entry_order_number, 110);
-        QCOMPARE(e->action_active_during_measurement, 0);
-        QCOMPARE(e->menu_entry->text(), QStringLiteral("&Cascaded System"));
+        QCOMPARE(QStringList({e->menu_name, e->menu_entry->text()}), QStringList({"H&ardware", "&Cascaded System"}));
+        QCOMPARE(QList<int>({e->menu_order_number, e->menu_entry_order_number, e->action_active_during_measurement}),
+                 QList<int>({200, 110, 0}));
         QCOMPARE(e->content->parentWidget(), &host);
-        QCOMPARE(e->content->objectName(), QStringLiteral("CascadedSettingsDlgClass"));
         QCOMPARE(object->findChildren<QAction *>().size(), 1);
         QVERIFY(iom.log.isEmpty());
     }
@@ -97,22 +82,6 @@ private slots:
         QCOMPARE(dialogs(), 0);
         configure(QStringLiteral("VESTRAL"));
         QCOMPARE(module->get_gui_elements().size(), 1);
-    }
-
-    // exit_module deletes the dialog; the next call makes a new one.
-    void exitAndRecreate()
-    {
-        configure();
-        QPointer<QWidget> oldDialog = module->get_gui_elements().first()->content;
-        QPointer<QAction> oldAction = module->get_gui_elements().first()->menu_entry;
-        module->about_to_exit_module();
-        QVERIFY(oldDialog);
-        module->exit_module();
-        QVERIFY(!oldDialog);
-        const QList<GuiElement *> after = module->get_gui_elements();
-        QCOMPARE(after.size(), 1);
-        QVERIFY(after.first()->content && after.first()->menu_entry != oldAction.data());
-        QCOMPARE(dialogs(), 1);
     }
 
     // A key that is not exactly "CommandManager" leaves the IOManager alone; a
@@ -164,8 +133,11 @@ private slots:
                                            : QVariant(7));
         QPointer<QWidget> dialog = module->get_gui_elements().first()->content;
         QCOMPARE(dialog->parentWidget(), parentIsHost ? &host : nullptr);
+        module->about_to_exit_module();
+        QVERIFY(dialog);
         module->exit_module(); // a dialog without parent is the module's to delete too
         QVERIFY(!dialog);
+        QVERIFY(module->get_gui_elements().first()->content); // made anew
     }
 };
 

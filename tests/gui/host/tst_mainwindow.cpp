@@ -20,22 +20,7 @@
 
 namespace {
 
-using GuiTest::mnemonic;
-
-// Texts in a group whose mnemonics clash or that have none, for the message.
-QStringList clashes(const QStringList &texts)
-{
-    QStringList out;
-    for (const QString &t : texts) {
-        const QChar m = mnemonic(t);
-        int same = 0;
-        for (const QString &u : texts)
-            same += mnemonic(u) == m ? 1 : 0;
-        if (m.isNull() || same > 1)
-            out << t;
-    }
-    return out;
-}
+using GuiTest::clashes;
 
 QImage image(const QIcon &icon)
 {
