@@ -179,9 +179,8 @@ private slots:
     }
 
     // Validation (version, access), the list check, then eligibility
-    // (access, version, can_slave); one datagram per request. The answer
-    // judgement itself is the hand probe's unit test's; these rows show what
-    // each outcome does in the dialog.
+    // (access, version, can_slave); one datagram per request, and what each
+    // outcome does in the dialog.
     void probe_data()
     {
         QTest::addColumn<Probe>("c");
@@ -191,6 +190,8 @@ private slots:
         QTest::newRow("reply from another address")
             << Probe{"127.0.7.2", "127.0.7.2", false, v26, full, yes, "127.0.7.102", 0, "", 5};
         QTest::newRow("add command fails") << Probe{"127.0.7.3", "127.0.7.3", false, v26, full, yes, {}, 1, "", 5};
+        QTest::newRow("2.5.9")
+            << Probe{"127.0.7.4", "127.0.7.4", false, version("v2.5.9"), full, yes, {}, 0, NotAvailable, 4};
         QTest::newRow("version without patch")
             << Probe{"127.0.7.5", "127.0.7.5", false, version("v2.6"), full, yes, {}, 0, NotAvailable, 4};
         QTest::newRow("access full and blank")
@@ -202,6 +203,10 @@ private slots:
         QTest::newRow("access silent") << Probe{"127.0.7.9", "127.0.7.9", false, v26, {}, yes, {}, 0, NotValid, 2};
         QTest::newRow("reply fills the buffer")
             << Probe{"127.0.7.10", "127.0.7.10", false, v26.leftJustified(300, '\0'), full, yes, {}, 0, NotValid, 1};
+        QTest::newRow("reply without its zero byte")
+            << Probe{"127.0.7.11", "127.0.7.11", false, "korvane set system version", full, yes, {}, 0, NotValid, 1};
+        QTest::newRow("can_slave without its zero byte")
+            << Probe{"127.0.7.13", "127.0.7.13", false, v26, full, "korvane set system can_slave yes", {}, 0, NotAvailable, 5};
         QTest::newRow("already listed") << Probe{"127.0.7.12", "127.0.7.12", true, v26, full, yes, {}, 0, AlreadyListed, 2};
         // The resolver's short form of 127.0.7.1 is compared by its address.
         QTest::newRow("name of a listed controller")
