@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Rebuilding the available list of 1000 scanned controllers.
 //
 // The dialog's own refresh (update_listAvailableSlaves: 1 + 3 x 1000 requests

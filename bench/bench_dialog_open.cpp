@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening the settings dialog against the simulator: a master and 250
 // controllers on the LAN (BENCH_LAN, up to 4,095), a scan that takes no time
 // of its own.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Request/response round trips on loopback: the socket library against the
 // system calls it wraps and against Qt's sockets.
 //

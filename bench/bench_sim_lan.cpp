@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulator at its own maximum: a request and a datagram cost the same
 // at 4,096 controllers as at 12, the large LAN starts within a second, and
 // an idle simulator uses no CPU. The loopback round trip of a trivial echo

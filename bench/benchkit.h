@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shared pieces of the benchmarks: CPU pinning, interleaved rounds, medians
 // and the printed comparison.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host's judgement of what its controller sends back for one request:
 // the received bytes are cut into a reply line and judged as the reply to a
 // read, a write or a command, and the value goes on as the IOManager passes

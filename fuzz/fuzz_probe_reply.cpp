@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The probe's reply checks, fed as the settings dialog feeds them: one
 // datagram received into a zero-filled buffer of ProbeBufferSize bytes, with
 // any receive result the socket library can give (its failure codes, 0, and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulator's request parser, fed what the network can deliver: a UDP
 // datagram (text up to its first zero byte) and a TCP request line (any
 // bytes, line end already removed), and the numbered argument of a request.

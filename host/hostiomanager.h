@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host's IOManager: carries the modules' requests to the controller over
 // one TCP connection (one request line, one reply line) and hands their
 // messages to the host window.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the host finds its modules and its translations: relative to its own
 // executable, so that an installed tree works from whatever prefix it was
 // unpacked to, and a build tree works from its bin/ folder.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "hostprotocol.h"
 
 #include <cerrno>

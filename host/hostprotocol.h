@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the host frames requests and judges reply lines on its TCP connection
 // to the controller. Pure functions over byte strings (no sockets, no Qt), so
 // that every reply the network delivers can be checked in isolation.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the host's programs (cascade-host, cascade-walkthrough) share around
 // the main window: the application's set-up and translations, the options
 // that describe the host, and a window connected to its controller with its

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // cascade-host: a minimal measurement-system frontend. Connects to a
 // controller, loads the modules of a folder and shows their menu entries.
 #include <QApplication>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host's main window: loads the modules of a folder, places their menu
 // entries, logs their messages (and, on request, every controller request)
 // and shows the controller in the status bar.

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Draws the application icon of cascade-host: a master controller linked to
 two slaves, white on a blue rounded square, N x N pixels (64 by default; the
 shapes are laid out on a 64 x 64 grid and scaled). Standard library only.

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 # Draws the 48 x 48 grey-with-alpha padlock icon of the settings dialog.
 # Usage: scripts/draw-lock-icon.py modules/CascadedSystemModule/resources/lock.png
 import zlib, struct, math, sys

@@ -1,10 +1,12 @@
+# SPDX-License-Identifier: MIT
 # What the scripts share; sourced by them after they set "here" (the source
 # tree), never run on its own.
 
 # Prints the comment block at the head of script $1, from its second line to
-# the line before "set -euo pipefail", without the leading "# ".
+# the line before "set -euo pipefail", without the leading "# " and without
+# the licence line.
 print_help() {
-    sed -n '2,/^set -euo/p' "$1" | sed '$d; s/^# \{0,1\}//'
+    sed -n '2,/^set -euo/p' "$1" | sed '$d; /SPDX-License-Identifier/d; s/^# \{0,1\}//'
 }
 
 # Prints the help of script $1 and exits 0 when $2 is -h or --help.

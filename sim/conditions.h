@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The draws of LAN conditions for one controller: reply latency with
 // jitter, lost UDP requests and stalled TCP replies. Each controller has a
 // generator of its own, seeded from the scenario's seed and its address, so

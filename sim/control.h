@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Live control of a running simulator through a local (Unix) socket that
 // only its owner may use and that no network reaches. A client sends one
 // command as a JSON list of words and a line end; the simulator answers

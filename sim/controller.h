@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One simulated controller: answers the controller protocol on UDP port
 // ControllerProtocol::Port of its own loopback address (read requests only);
 // the master also serves the host over TCP on the same port. The request

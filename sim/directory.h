@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What one controller may learn of the LAN around it, without knowing the
 // LAN itself: the other controllers' configurations and whom a LAN scan
 // reaches.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which controllers may become a slave: the one rule, used both for a
 // controller's own configuration and for what a scan probe learnt of one.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fault injection: the deliberate misbehaviour a scenario gives a controller
 // for the requests that begin with a fault's `match` text.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // All controllers of one scenario, each on its own loopback address, sharing
 // the simulator's one thread and one epoll set for their UDP sockets. The
 // LAN also plays the scenario's timeline and takes the changes of the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // cascade-sim: simulates a LAN of controllers on loopback addresses, as
 // described by a scenario file. Prints one "ready" line on stdout once every
 // socket is bound; stops cleanly on SIGINT or SIGTERM; SIGUSR1 unplugs the

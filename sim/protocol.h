@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The controller's text protocol, as the simulator parses and answers it.
 //
 // Pure functions over byte strings: no sockets, no Qt, no state. Every input

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a simulated controller answers each request: one table of reads, one
 // of writes and one of commands, keyed by the request's name. To add a
 // request, add a row to the matching table in requests.cpp.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scan engine of one simulated controller: probes other controllers and
 // keeps the result of the last scan.
 //

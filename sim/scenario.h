@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A simulated LAN, as read from a scenario file (JSON).
 #pragma once
 

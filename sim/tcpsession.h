@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One TCP connection of a host to a master: request lines in, one reply line
 // out for each, in order. A late reply holds back the next request.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "udpports.h"
 
 #include <QHostAddress>

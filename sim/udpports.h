@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The UDP sockets of every controller in one epoll set, watched by a single
 // socket notifier: the event loop polls one descriptor however many
 // controllers the LAN has, so a datagram costs the same at 4,096 controllers

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // cascade-walkthrough: runs the host with its modules and drives the
 // Cascaded System dialog through a walkthrough against a controller, for
 // demonstrations and for checking an installation end to end.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The walkthrough: drives the real "Cascaded System Settings" dialog the
 // way a user would (open it, wait for the LAN scan, select a controller, add
 // controllers the scan did not find by hand, by address or hostname, and

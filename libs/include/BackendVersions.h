@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Versions and model name of the controller the host is connected to. Filled
 // by the host, read-only for modules.
 #pragma once

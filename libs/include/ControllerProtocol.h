@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Framing facts of the controller's text protocol, shared by the module, the
 // host, the simulator, the tests and the benchmarks. Everything that two of
 // them must agree on byte for byte lives here, once.

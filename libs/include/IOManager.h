@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host's gateway to the connected controller and to the host's message
 // system. Modules hold a pointer to it and call it; only the host creates it.
 //

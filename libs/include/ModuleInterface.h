@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The interface every host module implements, and the record by which a
 // module hands the host one menu entry. Shared by the host, the modules and
 // the tests.

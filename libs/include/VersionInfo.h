@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Three-part version number (major.minor.patch) of a controller's firmware or
 // protocol. A patch of -1 stands for "no patch level" and compares equal to
 // any patch, so (1, 9, -1) meets a minimum of (1, 9, 0).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 // The few Qt calls that differ between the Qt 5 and the Qt 6 build, in one

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* vx_udptcp: IPv4 helpers, UDP sockets and TCP clients/servers over POSIX
  * sockets. The contract of every public function is in vx_udptcp.h; this
  * file explains the choices behind it.

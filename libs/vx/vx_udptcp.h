@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* vx_udptcp: a small library of plain functions over POSIX sockets.
  *
  * IPv4 address conversion and resolution, UDP datagram sockets and TCP

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Registers every test function of a QtTest program as a CTest test of its
 # own, the way gtest_discover_tests does for GoogleTest: after each build the
 # program lists its functions (-functions) into a file, and a file that CTest

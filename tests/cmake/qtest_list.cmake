@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Writes the test functions (or, with ROWS_OF, that function's data rows) of
 # the QtTest program EXE to OUT, one a line. Run after each build.
 set(ENV{QT_QPA_PLATFORM} offscreen)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # cmake -DBUILD_DIR=... -DWORK_DIR=... -DSOURCE_DIR=... -DCXX=... -DQT_DIR=... -DQT_MAJOR=5|6 -DFLAGS=... -P build_consumer.cmake
 # Installs the development component of BUILD_DIR into WORK_DIR/prefix and
 # builds the module in SOURCE_DIR against it, as a host developer would.

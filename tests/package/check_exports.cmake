@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # cmake -DNM=<nm> -DPLUGIN=<plugin file> -DQT_MAJOR=<5|6> -P check_exports.cmake
 # Fails unless the plugin's dynamic symbol table defines exactly the two entry
 # points of Qt's plugin loader.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // 1000 probes of controllers named by hand leave no descriptor open: most
 // are answered, some are refused, some time out. The probes run in four
 // rows of 250 (each a CTest test of its own), each against addresses of

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opens the Cascaded System settings dialog again and again, as the host's
 // menu entry does (one dialog, reopened), against a scripted controller with
 // connected and scanned slaves; every other opening moves a slave and applies

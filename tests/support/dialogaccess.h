@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // White-box access to the settings dialog for the tests and the benchmarks.
 // The dialog names this class as its friend; nothing else may reach its
 // private parts. Every accessor is a static function taking the dialog, so

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Helpers of the dialog tests: a trap for Qt's connect-by-name warnings (a
 // slot named on_<object>_<signal> that found nothing is dead in the running
 // dialog), the end-of-test checks, and table inspection.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Drives modal dialogs from inside their own event loop: queue an action
 // before the call that runs exec(); the driver waits (bounded) until the
 // expected dialog is the active modal widget and acts on it. Queued actions

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Controllers played by the test itself over loopback TCP: a listener that
 // never accepts, and a scripted controller in a thread of its own.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "scriptediomanager.h"
 
 #include <cstdarg>

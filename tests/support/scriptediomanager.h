@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An IOManager for tests: answers every request from a script and logs every
 // request, time-out change and host message in the order they happen.
 #pragma once

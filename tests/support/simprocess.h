@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs cascade-sim as a child process with a scenario of the caller's own,
 // and waits (bounded) until it reports that every socket is bound. Used by
 // the system tests and the benchmarks; the includer defines CASCADE_SIM_PATH.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Every script in scripts/ answers --help and -h with its usage and exit 0,
 # and refuses bad arguments with a message and a non-zero exit, doing nothing
 # else: the tools a script would run (cmake, apt-get, sudo, valgrind, the

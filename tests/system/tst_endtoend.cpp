@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The whole system: the host application running its headless walkthrough
 // with the real plugin against the simulator, and the host's command line.
 // Addresses 127.0.5.40 - 127.0.5.69.

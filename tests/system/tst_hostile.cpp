@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Hostile and silent peers. Against the simulator: datagrams that are not
 // read requests (replies, writes, commands, forged ones), a flood of
 // pipelined requests, idle and surplus connections. Against the host's

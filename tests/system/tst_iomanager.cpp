@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host's IOManager against a running simulator: reads, writes, commands,
 // a late reply, a dropped connection, an overlong value, malformed replies
 // and requests that must never be sent. Then the simulator as a controller:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulator as a lab: a burst of datagrams never deafens a controller, a
 // request followed at once by the client's FIN is still answered, the
 // timeline and the control socket switch controllers off and on, LAN

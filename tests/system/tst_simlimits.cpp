@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulator at its limits: the largest scenario it runs is scanned
 // completely, a larger one and every malformed scenario value are refused at
 // load with the field named, and bad command lines are refused; the

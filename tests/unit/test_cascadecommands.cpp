@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the command catalogue judges answers: the host's answers and the
 // replies to the probe of a controller named by hand.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Host types: VersionInfo ordering and text form, and the virtual-table
 // positions that modules built elsewhere depend on.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The framing facts both ends share: the longest request is the same number
 // for the host (what it sends) and the simulator (what it accepts), and the
 // simulator takes exactly the indexes the host formats.

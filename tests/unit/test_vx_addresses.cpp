@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The socket library's address conversions, and arguments that can never
 // work.
 #include <string>

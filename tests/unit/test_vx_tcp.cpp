@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The socket library's TCP servers and clients over loopback, the bounded
 // connect, and descriptors over many cycles and at the select() limit.
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The socket library's UDP sockets over loopback: waits, buffers, binding.
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Helpers of the socket library's tests: loopback, time-outs, descriptors.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every parameter and command text the module exchanges with the controller,
 // in one place, with the rules by which answers are judged.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cascadedsettingsdlg.h"
 
 #include <QCursor>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The "Cascaded System Settings" dialog: shows the controllers selected as
 // slaves of the connected controller and those available to become slaves,
 // lets the user move them between the two tables or name one by hand, and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cascadedsystemmodule.h"
 
 #include <QAction>

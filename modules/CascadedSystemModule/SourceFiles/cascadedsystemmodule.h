@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plugin object the host loads: accepts the host's collaborators and
 // contributes the "&Cascaded System" entry of the "H&ardware" menu, which
 // opens the cascade settings dialog.

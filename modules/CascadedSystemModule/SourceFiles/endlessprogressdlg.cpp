@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endlessprogressdlg.h"
 
 #include "IOManager.h"

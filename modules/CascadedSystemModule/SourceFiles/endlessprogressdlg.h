@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Small modal dialog that starts a LAN scan on the controller and waits,
 // with a busy progress bar, until the controller reports the scan's result.
 #pragma once

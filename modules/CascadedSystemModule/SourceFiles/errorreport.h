@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the dialogs report an error: a message to the host's log, always to
 // the same receiver, from the same sender, with the same type.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The direct UDP probe of a controller named by hand in the settings dialog:
 // one request datagram (with its zero byte) to the controller's port, one
 // reply, over a socket of the probe's own that is closed again whatever the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "slavetable.h"
 
 #include <QCoreApplication>

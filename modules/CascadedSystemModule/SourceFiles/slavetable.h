@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The two tables of the settings dialog: their set-up, how a controller's row
 // looks in each of its states (colour, and what a screen reader reads for
 // it), the rows' tool tips, and the report of rows moved by the keyboard.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The settings dialog's opening, version gates, lock, unavailable state and
 // closing without applying; and the scan progress dialog.
 #include <QCheckBox>

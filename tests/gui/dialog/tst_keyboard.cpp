@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The settings dialog for keyboard and screen-reader users: the Tab chain,
 // arrow keys in the tables, accessible names and descriptions (also
 // translated), row state and hostname tool tips on the items, and no tool

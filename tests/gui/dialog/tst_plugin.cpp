@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The built plugin, loaded as a host loads it.
 #include <QAction>
 #include <QDialog>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every request the dialogs send, answered badly in three ways: the request
 // fails, the answer is a wrong word, the answer fills the whole buffer
 // (199 characters). Whatever the answer, the dialogs report exactly the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host's main window with the real module loaded: menu mnemonics unique
 // in every shipped language, status tips shown in the status bar, and the
 // application icon on the window and the dialogs it parents.

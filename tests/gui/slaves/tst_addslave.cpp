@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Adding a slave by hand: the address checks and the UDP probe of the named
 // controller against responders on 127.0.7.x at the controller port.
 #include <QMessageBox>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The slave records and tables, the connected and available lists, select
 // and deselect, and applying the arranged cascade on OK.
 #include <QtTest>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The smallest module: a name, a version, no menu entry; its version text is
 // built with the socket library, so that both parts of the development
 // component have to link.
