@@ -61,9 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             if (line.compare(0, 12 + parameter.size(), "korvane set " + parameter) != 0)
                 __builtin_trap();
             int i = 0;
-            double d = 0;
             parseInt(value, &i);
-            parseDouble(value, &d);
             handOn(value);
         }
         break;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "hostprotocol.h"
 
-#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -95,20 +94,6 @@ bool parseInt(const std::string &text, int *value)
     if (v < INT_MIN || v > INT_MAX)
         return false;
     *value = int(v);
-    return true;
-}
-
-bool parseDouble(const std::string &text, double *value)
-{
-    if (text.empty() || text.size() > 64 || text.find('\0') != std::string::npos
-        || std::strchr(" \t\n\v\f\r", text[0]))
-        return false;
-    char *end = nullptr;
-    errno = 0;
-    const double v = std::strtod(text.c_str(), &end);
-    if (errno == ERANGE || end != text.c_str() + text.size())
-        return false;
-    *value = v;
     return true;
 }
 

@@ -46,9 +46,8 @@ Verdict judgeWriteReply(const std::string &line);
 // line holding a zero byte cannot be handed on as text and is Malformed.
 Verdict judgeCommandReply(const std::string &line);
 
-// Strict decimal conversions: optional sign, digits only, no blanks, in range.
+// Strict decimal conversion: optional sign, digits only, no blanks, in range.
 bool parseInt(const std::string &text, int *value);
-bool parseDouble(const std::string &text, double *value);
 
 // Moves the first complete line (up to "\n", a "\r" before it dropped) out of
 // *buffer into *line. False while no line end has arrived.

@@ -34,6 +34,21 @@ bool installTranslation(const QLocale &locale, const QString &name, const QStrin
     return false;
 }
 
+// Every translation in folder for locale, whatever its name ("<name>_de.qm").
+void installTranslations(const QLocale &locale, const QString &folder)
+{
+    static const QRegularExpression languageSuffix(QStringLiteral("_[a-z]{2,3}(_[A-Z]{2})?$"));
+    QStringList names;
+    for (const QString &file : QDir(folder).entryList({QStringLiteral("*.qm")}, QDir::Files)) {
+        QString name = file.chopped(3);
+        name.remove(languageSuffix);
+        if (!names.contains(name))
+            names << name;
+    }
+    for (const QString &name : qAsConst(names))
+        installTranslation(locale, name, folder);
+}
+
 } // namespace
 
 bool HostSetup::offscreenWithoutDisplay()
@@ -55,25 +70,6 @@ void HostSetup::setUpApplication(const QString &name)
     installTranslation(QLocale(), QStringLiteral("qtbase"), qtcompat::qtTranslationsPath());
     installTranslation(QLocale(), QStringLiteral("cascadehost"), HostPaths::translations());
 }
-
-namespace {
-
-// Every translation in folder for locale, whatever its name ("<name>_de.qm").
-void installTranslations(const QLocale &locale, const QString &folder)
-{
-    static const QRegularExpression languageSuffix(QStringLiteral("_[a-z]{2,3}(_[A-Z]{2})?$"));
-    QStringList names;
-    for (const QString &file : QDir(folder).entryList({QStringLiteral("*.qm")}, QDir::Files)) {
-        QString name = file.chopped(3);
-        name.remove(languageSuffix);
-        if (!names.contains(name))
-            names << name;
-    }
-    for (const QString &name : qAsConst(names))
-        installTranslation(locale, name, folder);
-}
-
-} // namespace
 
 HostCommandLine::HostCommandLine(const QString &description)
 {
