@@ -284,6 +284,7 @@ private slots:
             iom.clearLog();
             ui(dlg).pushButton_update->click(); // the progress dialog closes itself
             QVERIFY(DialogAccess::listTimer(dlg).isActive());
+            QCOMPARE(DialogAccess::listTimer(dlg).interval(), 100);
             QVERIFY(DialogAccess::tickList(dlg));
             QCOMPARE(iom.requests(), (QStringList{Scan, Poll, Poll}));
         });
