@@ -49,7 +49,7 @@ class DialogsTest : public QObject
     {
         const auto guarded = dlg.findChildren<QWidget *>(
             QRegularExpression(QStringLiteral("^(checkBox|label_[sa]|table|pushButton_[^c]|lineEdit)")));
-        QVERIFY(!guarded.isEmpty());
+        QCOMPARE(guarded.size(), 13);
         for (QWidget *w : guarded)
             QVERIFY2(!w->isEnabled(), qPrintable(w->objectName()));
         QVERIFY(ui(dlg).pushButton_cancel->isEnabled());
@@ -284,6 +284,7 @@ private slots:
             iom.clearLog();
             ui(dlg).pushButton_update->click(); // the progress dialog closes itself
             QVERIFY(DialogAccess::listTimer(dlg).isActive());
+            QCOMPARE(DialogAccess::listTimer(dlg).interval(), 100);
             QVERIFY(DialogAccess::tickList(dlg));
             QCOMPARE(iom.requests(), (QStringList{Scan, Poll, Poll}));
         });

@@ -239,6 +239,8 @@ private slots:
         }
         QCOMPARE(iom->log.first(), "cmd korvane cascade add_scanned_slave " + c.typed);
         QCOMPARE(iom->errors(), c.addResult ? QStringList{"Error: Unable to add Cascaded System slave " + c.typed} : QStringList());
+        // The list is refreshed 100 ms later, also after a failed add.
+        QVERIFY(DialogAccess::listTimer(*dlg).isActive() && DialogAccess::listTimer(*dlg).interval() == 100);
         DialogAccess::rebuildAvailable(*dlg);
         QCOMPARE(GuiTest::rows(ui().tableWidget_available), QStringList({"manual|" + c.addr + "|yes"}));
     }
