@@ -2,6 +2,7 @@
 // The built plugin, loaded as a host loads it.
 #include <QAction>
 #include <QDialog>
+#include <QJsonObject>
 #include <QPluginLoader>
 #include <QtTest>
 
@@ -56,6 +57,17 @@ private slots:
     }
     void cleanupTestCase() { loader.unload(); }
 
+    // What a host matches on: the metadata, the interface and
+    // the module's name and version.
+    void identity()
+    {
+        const QJsonObject meta = loader.metaData();
+        QCOMPARE(QStringList({meta.value(QStringLiteral("IID")).toString(), meta.value(QStringLiteral("className")).toString(),
+                              module->get_module_name(), module->get_module_version()}),
+                 QStringList({"com.Korvane.CascadedSystemModule", "CascadedSystemModule", "GUI Cascaded System", "v1.0.10"}));
+        QCOMPARE(object->qt_metacast("com.korvane.gui.Module/0.2.0"), static_cast<void *>(module));
+    }
+
     // One element, the same for every call; publishing asks the controller nothing.
     void elements()
     {
@@ -68,6 +80,7 @@ private slots:
         QCOMPARE(QList<int>({e->menu_order_number, e->menu_entry_order_number, e->action_active_during_measurement}),
                  QList<int>({200, 110, 0}));
         QCOMPARE(e->content->parentWidget(), &host);
+        QCOMPARE(e->content->objectName(), QStringLiteral("CascadedSettingsDlgClass"));
         QCOMPARE(object->findChildren<QAction *>().size(), 1);
         QVERIFY(iom.log.isEmpty());
     }
