@@ -113,6 +113,19 @@ private:
 
 constexpr int MaxMs = 24 * 3600 * 1000;
 
+// False, with the first key of o that is not among known named in *error.
+bool onlyKnownKeys(const QJsonObject &o, const QStringList &known, const QString &what, const char *isNot,
+                   QString *error)
+{
+    for (auto it = o.begin(); it != o.end(); ++it) {
+        if (!known.contains(it.key())) {
+            *error = QStringLiteral("%1: \"%2\" %3").arg(what, it.key(), QLatin1String(isNot));
+            return false;
+        }
+    }
+    return true;
+}
+
 bool parseFault(const QJsonObject &o, const QString &what, Fault *f, QString *error)
 {
     Fields in(o, what, error);
@@ -152,12 +165,8 @@ bool parseFault(const QJsonObject &o, const QString &what, Fault *f, QString *er
 bool readConditions(const QJsonObject &o, const QString &what, Conditions *c, QString *error)
 {
     static const QStringList known = {"latency_ms", "jitter_ms", "udp_loss", "tcp_stall_chance", "tcp_stall_ms"};
-    for (auto it = o.begin(); it != o.end(); ++it) {
-        if (!known.contains(it.key())) {
-            *error = QStringLiteral("%1: \"%2\" is no condition").arg(what, it.key());
-            return false;
-        }
-    }
+    if (!onlyKnownKeys(o, known, what, "is no condition", error))
+        return false;
     Fields in(o, what, error);
     c->latencyMs = in.number("latency_ms", c->latencyMs, MaxMs);
     c->jitterMs = in.number("jitter_ms", c->jitterMs, MaxMs);
@@ -313,12 +322,8 @@ bool applySettings(const QJsonObject &fields, ControllerConfig *c, QString *erro
         "hostname", "model", "protocol", "version", "access", "can_slave", "online", "unplug_on_signal",
         "scan_visible", "cascade_available", "config_changeable", "scan_slaves_lan", "wol_slaves",
         "scan_duration_ms", "conditions"};
-    for (auto it = fields.begin(); it != fields.end(); ++it) {
-        if (!changeable.contains(it.key())) {
-            *error = QStringLiteral("%1: \"%2\" is no field that can be set").arg(what, it.key());
-            return false;
-        }
-    }
+    if (!onlyKnownKeys(fields, changeable, what, "is no field that can be set", error))
+        return false;
     error->clear();
     return readChangeable(fields, what, c, error);
 }
