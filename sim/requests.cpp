@@ -52,6 +52,17 @@ QString scannedAvailable(RequestContext &c, const ScanEngine::Probed &p)
     return ok ? Yes : No;
 }
 
+// The list position (from 0) that the argument, counted from 1, names in a
+// list of count entries; -1 with *error set when it names none.
+int entryIndex(const QString &arg, int count, std::string *error)
+{
+    int index = 0;
+    if (SimProtocol::parseIndex(str(arg), &index) && index <= count)
+        return index - 1;
+    *error = "no such entry: " + str(arg);
+    return -1;
+}
+
 const ScanEngine::Probed *scanEntry(RequestContext &c, const QString &ip, std::string *error)
 {
     const ScanEngine::Probed *p = c.scan.isRunning() ? nullptr : c.scan.find(ip);
@@ -82,19 +93,11 @@ const QHash<QString, ReadEntry> &readTable()
         {"cascade number_of_scanned_slaves", {false, [](RequestContext &c, const QString &, std::string *) {
              return QString::number(c.scan.count()); }}},
         {"cascade connected_slave", {true, [](RequestContext &c, const QString &arg, std::string *error) {
-             int index = 0;
-             if (!SimProtocol::parseIndex(str(arg), &index) || index > c.cascade.connected.size()) {
-                 *error = "no such entry: " + str(arg);
-                 return QString();
-             }
-             return c.cascade.connected.at(index - 1); }}},
+             const int index = entryIndex(arg, c.cascade.connected.size(), error);
+             return index < 0 ? QString() : c.cascade.connected.at(index); }}},
         {"cascade scanned_slave", {true, [](RequestContext &c, const QString &arg, std::string *error) {
-             int index = 0;
-             if (!SimProtocol::parseIndex(str(arg), &index) || index > c.scan.count()) {
-                 *error = "no such entry: " + str(arg);
-                 return QString();
-             }
-             return c.scan.entry(index - 1).ip; }}},
+             const int index = entryIndex(arg, c.scan.count(), error);
+             return index < 0 ? QString() : c.scan.entry(index).ip; }}},
         {"cascade connected_slave_available", {true, [](RequestContext &c, const QString &arg, std::string *) {
              const ControllerConfig *s = c.lan.find(arg);
              return c.cascade.connected.contains(arg) && s && s->online ? Yes : No; }}},

@@ -22,11 +22,9 @@ public:
 
     QString text(const char *key, const QString &fallback)
     {
-        const QJsonValue v = m_o.value(QLatin1String(key));
-        if (v.isUndefined() || !ok())
+        const QJsonValue v = typed(key, &QJsonValue::isString, "must be a text");
+        if (v.isUndefined())
             return fallback;
-        if (!v.isString())
-            return fail(key, "must be a text"), fallback;
         const QString t = v.toString();
         // Values go into reply lines: a control character would break them.
         for (const QChar c : t)
@@ -38,30 +36,25 @@ public:
     // true/false, or the text "yes"/"no" itself.
     QString yesNo(const char *key, const QString &fallback)
     {
-        const QJsonValue v = m_o.value(QLatin1String(key));
-        if (v.isBool() && ok())
+        const QJsonValue v = value(key);
+        if (v.isBool())
             return v.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
-        if (!v.isUndefined() && !v.isString() && ok())
+        if (!v.isUndefined() && !v.isString())
             return fail(key, "must be true, false or a text"), fallback;
         return text(key, fallback);
     }
 
     bool flag(const char *key, bool fallback)
     {
-        const QJsonValue v = m_o.value(QLatin1String(key));
-        if (v.isUndefined() || !ok())
-            return fallback;
-        if (!v.isBool())
-            return fail(key, "must be true or false"), fallback;
-        return v.toBool();
+        return typed(key, &QJsonValue::isBool, "must be true or false").toBool(fallback);
     }
 
     // A whole number from 0 to max (scale: the JSON value is in units of
     // 1/scale, e.g. seconds read as milliseconds with scale 1000).
     int number(const char *key, int fallback, int max, int scale = 1)
     {
-        const QJsonValue v = m_o.value(QLatin1String(key));
-        if (v.isUndefined() || !ok())
+        const QJsonValue v = value(key);
+        if (v.isUndefined())
             return fallback;
         const double d = v.toDouble(-1) * scale;
         if (!v.isDouble() || d < 0 || d > max || (scale == 1 && d != double(qint64(d))))
@@ -72,8 +65,8 @@ public:
     // A chance from 0 to 1.
     double probability(const char *key, double fallback)
     {
-        const QJsonValue v = m_o.value(QLatin1String(key));
-        if (v.isUndefined() || !ok())
+        const QJsonValue v = value(key);
+        if (v.isUndefined())
             return fallback;
         if (!v.isDouble() || v.toDouble() < 0 || v.toDouble() > 1)
             return fail(key, "must be a number from 0 to 1"), fallback;
@@ -82,25 +75,32 @@ public:
 
     QJsonObject object(const char *key)
     {
-        const QJsonValue v = m_o.value(QLatin1String(key));
-        if (v.isUndefined() || !ok())
-            return QJsonObject();
-        if (!v.isObject())
-            return fail(key, "must be a JSON object"), QJsonObject();
-        return v.toObject();
+        return typed(key, &QJsonValue::isObject, "must be a JSON object").toObject();
     }
 
     QJsonArray array(const char *key)
     {
-        const QJsonValue v = m_o.value(QLatin1String(key));
-        if (v.isUndefined() || !ok())
-            return QJsonArray();
-        if (!v.isArray())
-            return fail(key, "must be a list"), QJsonArray();
-        return v.toArray();
+        return typed(key, &QJsonValue::isArray, "must be a list").toArray();
     }
 
 private:
+    // The field's value; undefined when it is missing or an error came first.
+    QJsonValue value(const char *key) const
+    {
+        return ok() ? m_o.value(QLatin1String(key)) : QJsonValue(QJsonValue::Undefined);
+    }
+
+    // The field's value when it is missing or of the wanted type; a wrong
+    // type sets the error and reads as missing.
+    QJsonValue typed(const char *key, bool (QJsonValue::*is)() const, const char *why)
+    {
+        const QJsonValue v = value(key);
+        if (v.isUndefined() || (v.*is)())
+            return v;
+        fail(key, why);
+        return QJsonValue(QJsonValue::Undefined);
+    }
+
     void fail(const char *key, const char *why)
     {
         *m_error = QStringLiteral("%1: \"%2\" %3").arg(m_what, QLatin1String(key), QLatin1String(why));
@@ -112,6 +112,19 @@ private:
 };
 
 constexpr int MaxMs = 24 * 3600 * 1000;
+
+// False, with the first key of o that is not among known named in *error.
+bool onlyKnownKeys(const QJsonObject &o, const QStringList &known, const QString &what, const char *isNot,
+                   QString *error)
+{
+    for (auto it = o.begin(); it != o.end(); ++it) {
+        if (!known.contains(it.key())) {
+            *error = QStringLiteral("%1: \"%2\" %3").arg(what, it.key(), QLatin1String(isNot));
+            return false;
+        }
+    }
+    return true;
+}
 
 bool parseFault(const QJsonObject &o, const QString &what, Fault *f, QString *error)
 {
@@ -152,12 +165,8 @@ bool parseFault(const QJsonObject &o, const QString &what, Fault *f, QString *er
 bool readConditions(const QJsonObject &o, const QString &what, Conditions *c, QString *error)
 {
     static const QStringList known = {"latency_ms", "jitter_ms", "udp_loss", "tcp_stall_chance", "tcp_stall_ms"};
-    for (auto it = o.begin(); it != o.end(); ++it) {
-        if (!known.contains(it.key())) {
-            *error = QStringLiteral("%1: \"%2\" is no condition").arg(what, it.key());
-            return false;
-        }
-    }
+    if (!onlyKnownKeys(o, known, what, "is no condition", error))
+        return false;
     Fields in(o, what, error);
     c->latencyMs = in.number("latency_ms", c->latencyMs, MaxMs);
     c->jitterMs = in.number("jitter_ms", c->jitterMs, MaxMs);
@@ -313,12 +322,8 @@ bool applySettings(const QJsonObject &fields, ControllerConfig *c, QString *erro
         "hostname", "model", "protocol", "version", "access", "can_slave", "online", "unplug_on_signal",
         "scan_visible", "cascade_available", "config_changeable", "scan_slaves_lan", "wol_slaves",
         "scan_duration_ms", "conditions"};
-    for (auto it = fields.begin(); it != fields.end(); ++it) {
-        if (!changeable.contains(it.key())) {
-            *error = QStringLiteral("%1: \"%2\" is no field that can be set").arg(what, it.key());
-            return false;
-        }
-    }
+    if (!onlyKnownKeys(fields, changeable, what, "is no field that can be set", error))
+        return false;
     error->clear();
     return readChangeable(fields, what, c, error);
 }
